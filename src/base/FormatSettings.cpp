@@ -1,0 +1,6 @@
+#include "base/FormatSettings.h"
+
+TFormatSettings& FormatSettings() {
+    static TFormatSettings settings;
+    return settings;
+}

@@ -1,0 +1,978 @@
+#include "store/MemData.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+
+#include "base/Exceptions.h"
+#include "base/FormatSettings.h"
+#include "platform/Text.h"
+
+namespace {
+
+const TCell kNoValue{};
+
+bool SameName(std::string_view a, std::string_view b) {
+    if (a.size() != b.size()) return false;
+    for (size_t i = 0; i < a.size(); ++i) {
+        char x = a[i], y = b[i];
+        if (x >= 'a' && x <= 'z') x = static_cast<char>(x - 32);
+        if (y >= 'a' && y <= 'z') y = static_cast<char>(y - 32);
+        if (x != y) return false;
+    }
+    return true;
+}
+
+std::string Trim(std::string_view s) {
+    size_t b = 0, e = s.size();
+    while (b < e && (s[b] == ' ' || s[b] == '\t')) ++b;
+    while (e > b && (s[e - 1] == ' ' || s[e - 1] == '\t')) --e;
+    return std::string(s.substr(b, e - b));
+}
+
+bool IsIntegerKind(TFieldType t) {
+    switch (t) {
+        case TFieldType::ftSmallint:
+        case TFieldType::ftInteger:
+        case TFieldType::ftWord:
+        case TFieldType::ftAutoInc:
+        case TFieldType::ftLargeint:
+        case TFieldType::ftLongWord:
+        case TFieldType::ftShortint:
+        case TFieldType::ftByte:
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool IsFloatKind(TFieldType t) {
+    return t == TFieldType::ftFloat || t == TFieldType::ftBCD || t == TFieldType::ftFMTBcd ||
+           t == TFieldType::ftExtended;
+}
+
+bool IsDateKind(TFieldType t) {
+    return t == TFieldType::ftDate || t == TFieldType::ftTime || t == TFieldType::ftDateTime ||
+           t == TFieldType::ftTimeStamp;
+}
+
+bool IsSingleByteText(TFieldType t) {
+    return t == TFieldType::ftString || t == TFieldType::ftGuid || t == TFieldType::ftMemo ||
+           t == TFieldType::ftFmtMemo;
+}
+
+void IntegerRange(TFieldType t, int64_t& lo, int64_t& hi) {
+    switch (t) {
+        case TFieldType::ftSmallint: lo = -32768; hi = 32767; break;
+        case TFieldType::ftWord: lo = 0; hi = 65535; break;
+        case TFieldType::ftShortint: lo = -128; hi = 127; break;
+        case TFieldType::ftByte: lo = 0; hi = 255; break;
+        case TFieldType::ftLongWord: lo = 0; hi = 4294967295LL; break;
+        case TFieldType::ftLargeint:
+            lo = std::numeric_limits<int64_t>::min();
+            hi = std::numeric_limits<int64_t>::max();
+            break;
+        default:
+            lo = std::numeric_limits<int32_t>::min();
+            hi = std::numeric_limits<int32_t>::max();
+    }
+}
+
+// Keeps at most n UTF-16 code units of UTF-8 text, never splitting a character.
+std::string CutWide(const std::string& utf8, int n) {
+    std::u16string w = platform::Utf8ToUtf16(utf8);
+    if (static_cast<int>(w.size()) <= n) return utf8;
+    size_t keep = static_cast<size_t>(std::max(n, 0));
+    if (keep > 0 && w[keep - 1] >= 0xD800 && w[keep - 1] < 0xDC00) --keep;
+    return platform::Utf16ToUtf8(std::u16string_view(w).substr(0, keep));
+}
+
+// "#0.00"-style display formats: the count of digits after the point.
+std::string FormatFixed(double v, const std::string& format) {
+    size_t dot = format.find('.');
+    int decimals = 0;
+    if (dot != std::string::npos)
+        for (size_t i = dot + 1; i < format.size() && (format[i] == '0' || format[i] == '#'); ++i)
+            ++decimals;
+    char buf[64];
+    std::snprintf(buf, sizeof buf, "%.*f", decimals, v);
+    return buf;
+}
+
+}  // namespace
+
+const char* FieldTypeName(TFieldType t) {
+    static const char* names[] = {"Unknown", "String", "Smallint", "Integer", "Word", "Boolean",
+                                  "Float", "Currency", "BCD", "Date", "Time", "DateTime",
+                                  "AutoInc", "Blob", "Memo", "Graphic", "FmtMemo", "ParadoxOle",
+                                  "DBaseOle", "TypedBinary", "WideString", "Largeint", "Guid",
+                                  "TimeStamp", "FMTBcd", "WideMemo", "LongWord", "Shortint",
+                                  "Byte", "Extended"};
+    auto i = static_cast<int>(t);
+    return i >= 0 && i <= 29 ? names[i] : "Unknown";
+}
+
+const char* DataSetStateName(TDataSetState s) {
+    switch (s) {
+        case TDataSetState::dsInactive: return "Inactive";
+        case TDataSetState::dsBrowse: return "Browse";
+        case TDataSetState::dsEdit: return "Edit";
+        case TDataSetState::dsInsert: return "Insert";
+    }
+    return "Inactive";
+}
+
+// ---- TField ----------------------------------------------------------------------------------
+
+bool TField::IsBlob() const {
+    switch (type_) {
+        case TFieldType::ftBlob:
+        case TFieldType::ftMemo:
+        case TFieldType::ftGraphic:
+        case TFieldType::ftFmtMemo:
+        case TFieldType::ftParadoxOle:
+        case TFieldType::ftDBaseOle:
+        case TFieldType::ftTypedBinary:
+        case TFieldType::ftWideMemo:
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool TField::IsAutoInc() const {
+    return type_ == TFieldType::ftAutoInc || (index_ == 0 && kind_ == TFieldKind::fkCalculated);
+}
+
+Variant TField::CellToVariant(const TCell& c) const {
+    if (std::holds_alternative<std::monostate>(c)) return Variant();
+    if (const auto* s = std::get_if<std::string>(&c)) {
+        if (IsSingleByteText(type_)) return Variant(platform::AnsiToUtf8(*s));
+        return Variant(*s);
+    }
+    if (const auto* i = std::get_if<int64_t>(&c)) {
+        if (type_ == TFieldType::ftBoolean) return Variant(*i != 0);
+        if (type_ == TFieldType::ftCurrency) return Variant(Currency::FromRaw(*i));
+        return Variant(*i);
+    }
+    double d = std::get<double>(c);
+    if (IsDateKind(type_)) return Variant::FromDate(d);
+    return Variant(d);
+}
+
+TCell TField::VariantToCell(const Variant& v) const {
+    if (v.IsNull()) return TCell{};
+    if (IsSingleByteText(type_)) {
+        std::string a = platform::Utf8ToAnsi(v.AsString());
+        if (!IsBlob() && size_ >= 0 && a.size() > static_cast<size_t>(size_)) a.resize(size_);
+        return TCell{std::move(a)};
+    }
+    if (type_ == TFieldType::ftWideString) return TCell{CutWide(v.AsString(), size_)};
+    if (type_ == TFieldType::ftWideMemo || IsBlob()) return TCell{v.AsString()};
+    if (type_ == TFieldType::ftBoolean) return TCell{int64_t{v.AsBoolean() ? 1 : 0}};
+    if (type_ == TFieldType::ftCurrency) return TCell{v.AsCurrency().value};
+    if (IsIntegerKind(type_)) {
+        int64_t x;
+        try {
+            x = v.AsInt64();
+        } catch (const EVariantError&) {
+            throw EConvertError("'" + v.AsString() + "' is not a valid integer value for field '" +
+                                name_ + "'");
+        }
+        int64_t lo, hi;
+        IntegerRange(type_, lo, hi);
+        if (x < lo || x > hi)
+            throw EDatabaseError(std::to_string(x) + " is not a valid value for field '" + name_ +
+                                 "'. The allowed range is " + std::to_string(lo) + " to " +
+                                 std::to_string(hi));
+        return TCell{x};
+    }
+    if (IsDateKind(type_)) {
+        TDateTime d;
+        try {
+            d = v.AsDateTime();
+        } catch (const EVariantError&) {
+            throw EConvertError("'" + v.AsString() + "' is not a valid date and time");
+        }
+        if (!std::isfinite(d)) throw EConvertError("Invalid date value for field '" + name_ + "'");
+        if (type_ == TFieldType::ftDate) d = DateOf(d);
+        if (type_ == TFieldType::ftTime) d = TimeOf(d);
+        return TCell{d};
+    }
+    double d;
+    try {
+        d = v.AsDouble();
+    } catch (const EVariantError&) {
+        throw EConvertError("'" + v.AsString() + "' is not a valid floating point value");
+    }
+    return TCell{d};
+}
+
+std::string TField::CellDisplayText(const TCell& c) const {
+    if (std::holds_alternative<std::monostate>(c)) return "";
+    switch (type_) {
+        case TFieldType::ftDate: return DateToStr(std::get<double>(c));
+        case TFieldType::ftTime: return TimeToStr(std::get<double>(c));
+        case TFieldType::ftDateTime:
+        case TFieldType::ftTimeStamp: return DateTimeToStr(std::get<double>(c));
+        case TFieldType::ftCurrency: {
+            double d = Currency::FromRaw(std::get<int64_t>(c)).ToDouble();
+            return DisplayFormat.empty() ? FormatFixed(d, "0.00") : FormatFixed(d, DisplayFormat);
+        }
+        default: break;
+    }
+    if (IsFloatKind(type_) && !DisplayFormat.empty())
+        return FormatFixed(std::get<double>(c), DisplayFormat);
+    return CellToVariant(c).AsString();
+}
+
+Variant TField::Value() const { return CellToVariant(owner_->CurrentCell(*this)); }
+void TField::SetValue(const Variant& v) { owner_->WriteCurrentCell(*this, VariantToCell(v)); }
+bool TField::IsNull() const { return std::holds_alternative<std::monostate>(owner_->CurrentCell(*this)); }
+void TField::Clear() { owner_->WriteCurrentCell(*this, TCell{}); }
+std::string TField::AsString() const { return Value().AsString(); }
+void TField::SetAsString(std::string_view s) { SetValue(Variant(std::string(s))); }
+int TField::AsInteger() const { return IsNull() ? 0 : Value().AsInteger(); }
+void TField::SetAsInteger(int v) { SetValue(Variant(v)); }
+double TField::AsFloat() const { return IsNull() ? 0.0 : Value().AsDouble(); }
+void TField::SetAsFloat(double v) { SetValue(Variant(v)); }
+Currency TField::AsCurrency() const { return IsNull() ? Currency{} : Value().AsCurrency(); }
+void TField::SetAsCurrency(Currency v) { SetValue(Variant(v)); }
+TDateTime TField::AsDateTime() const { return IsNull() ? 0.0 : Value().AsDateTime(); }
+void TField::SetAsDateTime(TDateTime v) { SetValue(Variant::FromDate(v)); }
+bool TField::AsBoolean() const { return IsNull() ? false : Value().AsBoolean(); }
+void TField::SetAsBoolean(bool v) { SetValue(Variant(v)); }
+std::string TField::DisplayText() const { return CellDisplayText(owner_->CurrentCell(*this)); }
+
+// ---- TdxMemData: fields and state -------------------------------------------------------------
+
+TdxMemData::TdxMemData(std::string name) : name_(std::move(name)) {
+    TField& rec = AddField("RecId", TFieldType::ftInteger, 0, TFieldKind::fkCalculated);
+    rec.Visible = false;
+}
+
+TdxMemData::~TdxMemData() = default;
+
+TField& TdxMemData::AddField(std::string name, TFieldType type, int size, TFieldKind kind) {
+    if (FindField(name)) throw EDatabaseError(name_ + ": Duplicate field name '" + name + "'");
+    if (static_cast<int>(type) < 1 || static_cast<int>(type) > 29)
+        throw EDatabaseError(name_ + ": Field '" + name + "' is of an unknown type");
+    if (size < 0) size = 0;
+    int index = static_cast<int>(fields_.size());
+    fields_.push_back(std::unique_ptr<TField>(new TField(this, std::move(name), type, size, kind, index)));
+    highest_.push_back(0);
+    for (Row& r : rows_) r.cells.emplace_back();
+    pending_.cells.emplace_back();
+    return *fields_.back();
+}
+
+TField* TdxMemData::FindField(std::string_view name) const {
+    for (const auto& f : fields_)
+        if (SameName(f->FieldName(), name)) return f.get();
+    return nullptr;
+}
+
+TField& TdxMemData::FieldByName(std::string_view name) const {
+    TField* f = FindField(name);
+    if (!f) throw EDatabaseError(name_ + ": Field '" + std::string(name) + "' not found");
+    return *f;
+}
+
+void TdxMemData::Open() {
+    if (Active()) return;
+    SetState(TDataSetState::dsBrowse);
+    curRec_ = -1;
+    filterCurRec_ = -1;
+    First();
+    Notify(TDataEvent::DataSetChange);
+}
+
+void TdxMemData::Close() {
+    rows_.clear();
+    filterList_.clear();
+    lastBookmark_ = 0;
+    curRec_ = -1;
+    filterCurRec_ = -1;
+    bof_ = eof_ = true;
+    ResetAutoInc();
+    for (TCell& c : pending_.cells) c = TCell{};
+    insertAt_ = -1;
+    SetState(TDataSetState::dsInactive);
+    Notify(TDataEvent::DataSetChange);
+}
+
+void TdxMemData::SetActive(bool value) {
+    if (value) Open();
+    else if (Active()) Close();
+}
+
+void TdxMemData::SetState(TDataSetState s) {
+    if (state_ == s) return;
+    state_ = s;
+    Notify(TDataEvent::StateChange);
+}
+
+void TdxMemData::ResetAutoInc() { std::fill(highest_.begin(), highest_.end(), 0); }
+
+void TdxMemData::Notify(TDataEvent e, TField* f) {
+    if (disableCount_ > 0) return;
+    std::vector<IDataObserver*> copy = observers_;
+    for (IDataObserver* o : copy)
+        if (std::find(observers_.begin(), observers_.end(), o) != observers_.end())
+            o->DataEvent(*this, e, f);
+}
+
+void TdxMemData::AddObserver(IDataObserver* o) {
+    if (o && std::find(observers_.begin(), observers_.end(), o) == observers_.end())
+        observers_.push_back(o);
+}
+
+void TdxMemData::RemoveObserver(IDataObserver* o) {
+    observers_.erase(std::remove(observers_.begin(), observers_.end(), o), observers_.end());
+}
+
+void TdxMemData::DisableControls() { ++disableCount_; }
+
+void TdxMemData::EnableControls() {
+    if (disableCount_ == 0) return;
+    if (--disableCount_ == 0) Notify(TDataEvent::DataSetChange);
+}
+
+void TdxMemData::Refresh() {
+    CheckBrowseMode();
+    Notify(TDataEvent::DataSetChange);
+}
+
+// ---- cursor ------------------------------------------------------------------------------------
+
+int TdxMemData::RecordCount() const {
+    if (!Active()) return 0;
+    return isFiltered_ ? static_cast<int>(filterList_.size()) : static_cast<int>(rows_.size());
+}
+
+int TdxMemData::RecNo() const {
+    if (isFiltered_) return filterCurRec_ + 1;
+    return curRec_ + 1;
+}
+
+void TdxMemData::CheckBrowseMode() {
+    if (state_ == TDataSetState::dsEdit || state_ == TDataSetState::dsInsert) Post();
+}
+
+void TdxMemData::First() {
+    if (!Active()) throw EDatabaseError(name_ + ": Cannot perform this operation on a closed dataset");
+    CheckBrowseMode();
+    int n = RecordCount();
+    if (n == 0) {
+        curRec_ = -1;
+        filterCurRec_ = -1;
+        bof_ = eof_ = true;
+    } else {
+        if (isFiltered_) {
+            filterCurRec_ = 0;
+            curRec_ = filterList_[0] - 1;
+        } else {
+            curRec_ = 0;
+        }
+        bof_ = true;
+        eof_ = false;
+    }
+    Notify(TDataEvent::DataSetScroll);
+}
+
+void TdxMemData::Last() {
+    if (!Active()) throw EDatabaseError(name_ + ": Cannot perform this operation on a closed dataset");
+    CheckBrowseMode();
+    int n = RecordCount();
+    if (n == 0) {
+        curRec_ = -1;
+        filterCurRec_ = -1;
+        bof_ = eof_ = true;
+    } else {
+        if (isFiltered_) {
+            filterCurRec_ = n - 1;
+            curRec_ = filterList_[n - 1] - 1;
+        } else {
+            curRec_ = n - 1;
+        }
+        bof_ = false;
+        eof_ = true;
+    }
+    Notify(TDataEvent::DataSetScroll);
+}
+
+void TdxMemData::Next() {
+    if (!Active()) throw EDatabaseError(name_ + ": Cannot perform this operation on a closed dataset");
+    CheckBrowseMode();
+    int n = RecordCount();
+    if (n == 0) {
+        bof_ = eof_ = true;
+    } else if (isFiltered_) {
+        if (filterCurRec_ + 1 < n) {
+            ++filterCurRec_;
+            curRec_ = filterList_[filterCurRec_] - 1;
+            bof_ = eof_ = false;
+        } else {
+            eof_ = true;
+            bof_ = false;
+        }
+    } else if (curRec_ + 1 < n) {
+        ++curRec_;
+        bof_ = eof_ = false;
+    } else {
+        eof_ = true;
+        bof_ = false;
+    }
+    Notify(TDataEvent::DataSetScroll);
+}
+
+void TdxMemData::Prior() {
+    if (!Active()) throw EDatabaseError(name_ + ": Cannot perform this operation on a closed dataset");
+    CheckBrowseMode();
+    int n = RecordCount();
+    if (n == 0) {
+        bof_ = eof_ = true;
+    } else if (isFiltered_) {
+        if (filterCurRec_ > 0) {
+            --filterCurRec_;
+            curRec_ = filterList_[filterCurRec_] - 1;
+            bof_ = eof_ = false;
+        } else {
+            bof_ = true;
+            eof_ = false;
+        }
+    } else if (curRec_ > 0) {
+        --curRec_;
+        bof_ = eof_ = false;
+    } else {
+        bof_ = true;
+        eof_ = false;
+    }
+    Notify(TDataEvent::DataSetScroll);
+}
+
+void TdxMemData::SetRecNo(int value) {
+    CheckBrowseMode();
+    // The bound is the whole table's count, also under a filter.
+    if (value < 1 || value > static_cast<int>(rows_.size())) return;
+    if (isFiltered_) {
+        if (value > static_cast<int>(filterList_.size()))
+            throw EListError("List index out of bounds (" + std::to_string(value - 1) + ")");
+        filterCurRec_ = value - 1;
+        curRec_ = filterList_[filterCurRec_] - 1;
+    } else {
+        curRec_ = value - 1;
+    }
+    bof_ = eof_ = false;
+    Notify(TDataEvent::DataSetScroll);
+}
+
+int TdxMemData::FilterIndexOf(int row) const {
+    for (size_t i = 0; i < filterList_.size(); ++i)
+        if (filterList_[i] == row + 1) return static_cast<int>(i);
+    return -1;
+}
+
+void TdxMemData::GotoRow(int row) {
+    CheckBrowseMode();
+    if (row < 0 || row >= static_cast<int>(rows_.size()))
+        throw EDatabaseError(name_ + ": Record not found");
+    curRec_ = row;
+    if (isFiltered_) {
+        int f = FilterIndexOf(row);
+        if (f >= 0) filterCurRec_ = f;
+    }
+    bof_ = eof_ = false;
+    Notify(TDataEvent::DataSetScroll);
+}
+
+std::vector<int> TdxMemData::VisibleRows() const {
+    std::vector<int> out;
+    if (isFiltered_) {
+        out.reserve(filterList_.size());
+        for (int p : filterList_) out.push_back(p - 1);
+    } else {
+        out.resize(rows_.size());
+        for (size_t i = 0; i < rows_.size(); ++i) out[i] = static_cast<int>(i);
+    }
+    return out;
+}
+
+const TCell& TdxMemData::Cell(int row, int field) const {
+    return rows_.at(static_cast<size_t>(row)).cells.at(static_cast<size_t>(field));
+}
+
+Variant TdxMemData::RowValue(int row, const TField& field) const {
+    return field.CellToVariant(Cell(row, field.Index()));
+}
+
+TBookmark TdxMemData::RowBookmark(int row) const { return rows_.at(static_cast<size_t>(row)).bookmark; }
+
+int TdxMemData::RowOfBookmark(TBookmark b) const {
+    for (size_t i = 0; i < rows_.size(); ++i)
+        if (rows_[i].bookmark == b) return static_cast<int>(i);
+    return -1;
+}
+
+TBookmark TdxMemData::GetBookmark() const {
+    if (curRec_ < 0 || curRec_ >= static_cast<int>(rows_.size())) return 0;
+    return rows_[curRec_].bookmark;
+}
+
+void TdxMemData::GotoBookmark(TBookmark b) {
+    CheckBrowseMode();
+    int row = RowOfBookmark(b);
+    if (row < 0) throw EDatabaseError(name_ + ": Record not found");
+    GotoRow(row);
+}
+
+bool TdxMemData::BookmarkValid(TBookmark b) const { return RowOfBookmark(b) >= 0; }
+
+// ---- editing -----------------------------------------------------------------------------------
+
+const TCell& TdxMemData::CurrentCell(const TField& f) const {
+    if (state_ == TDataSetState::dsEdit || state_ == TDataSetState::dsInsert)
+        return pending_.cells[static_cast<size_t>(f.Index())];
+    if (curRec_ >= 0 && curRec_ < static_cast<int>(rows_.size()))
+        return rows_[curRec_].cells[static_cast<size_t>(f.Index())];
+    return kNoValue;
+}
+
+void TdxMemData::WriteCurrentCell(TField& f, TCell value) {
+    if (state_ != TDataSetState::dsEdit && state_ != TDataSetState::dsInsert)
+        throw EDatabaseError(name_ + ": Dataset not in edit or insert mode");
+    if (f.FieldKind() == TFieldKind::fkCalculated && !loadFlag_)
+        throw EDatabaseError(name_ + ": Field '" + f.FieldName() + "' cannot be modified");
+    pending_.cells[static_cast<size_t>(f.Index())] = std::move(value);
+    if (!loadFlag_ && f.OnChange) f.OnChange(f);
+    Notify(TDataEvent::RecordChange, &f);
+}
+
+Variant TdxMemData::FieldValues(std::string_view name) const { return FieldByName(name).Value(); }
+
+void TdxMemData::SetFieldValues(std::string_view name, const Variant& v) { FieldByName(name).SetValue(v); }
+
+void TdxMemData::Edit() {
+    if (!Active()) throw EDatabaseError(name_ + ": Cannot perform this operation on a closed dataset");
+    if (state_ == TDataSetState::dsEdit || state_ == TDataSetState::dsInsert) return;
+    // A table that shows no row takes Edit as an insert.
+    if (RecordCount() == 0 || curRec_ < 0 || curRec_ >= static_cast<int>(rows_.size())) {
+        Insert();
+        return;
+    }
+    pending_ = rows_[curRec_];
+    SetState(TDataSetState::dsEdit);
+}
+
+void TdxMemData::Append() {
+    if (!Active()) throw EDatabaseError(name_ + ": Cannot perform this operation on a closed dataset");
+    CheckBrowseMode();
+    pending_.cells.assign(fields_.size(), TCell{});
+    pending_.bookmark = 0;
+    insertAt_ = -1;
+    SetState(TDataSetState::dsInsert);
+}
+
+void TdxMemData::Insert() {
+    if (!Active()) throw EDatabaseError(name_ + ": Cannot perform this operation on a closed dataset");
+    CheckBrowseMode();
+    pending_.cells.assign(fields_.size(), TCell{});
+    pending_.bookmark = 0;
+    insertAt_ = curRec_ >= 0 && curRec_ < static_cast<int>(rows_.size()) ? curRec_ : -1;
+    SetState(TDataSetState::dsInsert);
+}
+
+void TdxMemData::Cancel() {
+    if (state_ != TDataSetState::dsEdit && state_ != TDataSetState::dsInsert) return;
+    for (TCell& c : pending_.cells) c = TCell{};
+    insertAt_ = -1;
+    SetState(TDataSetState::dsBrowse);
+    Notify(TDataEvent::DataSetChange);
+}
+
+void TdxMemData::AssignAutoInc(Row& row) {
+    for (size_t i = 0; i < fields_.size(); ++i) {
+        const TField& f = *fields_[i];
+        if (!f.IsAutoInc()) continue;
+        TCell& c = row.cells[i];
+        const int64_t* v = std::get_if<int64_t>(&c);
+        bool keepAsGiven = loadFlag_ || (copyFlag_ && f.DataType() == TFieldType::ftAutoInc);
+        if (v && *v > highest_[i]) {
+            highest_[i] = *v;
+        } else if (v && keepAsGiven) {
+            // kept as it stands
+        } else {
+            c = TCell{++highest_[i]};
+        }
+    }
+}
+
+namespace {
+struct SortKey {
+    const TdxMemData* table;
+    const TField* field;
+    bool desc;
+    bool ignoreCase;
+    bool Less(const TCell& a, const TCell& b) const {
+        int r = table->CompareCells(*field, a, b, ignoreCase);
+        return desc ? r > 0 : r < 0;
+    }
+};
+}  // namespace
+
+void TdxMemData::InsertRowSorted(Row row, int& index) {
+    TField* f = sortedFieldName_.empty() ? nullptr : FindField(sortedFieldName_);
+    if (!f) {
+        if (index < 0 || index > static_cast<int>(rows_.size())) index = static_cast<int>(rows_.size());
+        rows_.insert(rows_.begin() + index, std::move(row));
+        return;
+    }
+    SortKey key{this, f, (sortOptions_ & soDesc) != 0, (sortOptions_ & soCaseInsensitive) != 0};
+    size_t fi = static_cast<size_t>(f->Index());
+    // After the rows that sort equal to it, so that equal values keep together.
+    auto it = std::upper_bound(rows_.begin(), rows_.end(), row, [&](const Row& a, const Row& b) {
+        return key.Less(a.cells[fi], b.cells[fi]);
+    });
+    index = static_cast<int>(it - rows_.begin());
+    rows_.insert(it, std::move(row));
+}
+
+void TdxMemData::Post() {
+    if (state_ != TDataSetState::dsEdit && state_ != TDataSetState::dsInsert) return;
+    bool sorted = !sortedFieldName_.empty() && FindField(sortedFieldName_);
+    if (state_ == TDataSetState::dsEdit) {
+        if (curRec_ < 0 || curRec_ >= static_cast<int>(rows_.size())) {
+            Cancel();
+            return;
+        }
+        if (!sorted) {
+            rows_[curRec_] = std::move(pending_);
+        } else {
+            // The row may change its place: the filter list follows its rows by bookmark.
+            std::vector<TBookmark> shown;
+            for (int p : filterList_) shown.push_back(rows_[p - 1].bookmark);
+            rows_.erase(rows_.begin() + curRec_);
+            int at = -1;
+            InsertRowSorted(std::move(pending_), at);
+            curRec_ = at;
+            for (size_t i = 0; i < shown.size(); ++i) filterList_[i] = RowOfBookmark(shown[i]) + 1;
+        }
+    } else {
+        Row row = std::move(pending_);
+        AssignAutoInc(row);
+        row.bookmark = ++lastBookmark_;
+        int at = insertAt_;
+        if (sorted || at >= 0) {
+            InsertRowSorted(std::move(row), at);
+            // Rows after the new one move down by one; the filter keeps showing the same rows.
+            for (int& p : filterList_)
+                if (p - 1 >= at) ++p;
+        } else {
+            rows_.push_back(std::move(row));
+            at = static_cast<int>(rows_.size()) - 1;
+        }
+        curRec_ = at;
+    }
+    pending_.cells.assign(fields_.size(), TCell{});
+    insertAt_ = -1;
+    // A row the filter does not show leaves a view with no rows at both ends.
+    bof_ = eof_ = RecordCount() == 0;
+    SetState(TDataSetState::dsBrowse);
+    Notify(TDataEvent::DataSetChange);
+}
+
+void TdxMemData::Delete() {
+    if (!Active()) throw EDatabaseError(name_ + ": Cannot perform this operation on a closed dataset");
+    if (state_ == TDataSetState::dsInsert) {
+        Cancel();
+        return;
+    }
+    if (state_ == TDataSetState::dsEdit) {
+        pending_.cells.assign(fields_.size(), TCell{});
+        SetState(TDataSetState::dsBrowse);
+    }
+    if (RecordCount() == 0 || curRec_ < 0 || curRec_ >= static_cast<int>(rows_.size()))
+        throw EDatabaseError(name_ + ": Cannot perform this operation on an empty dataset");
+    if (BeforeDelete) BeforeDelete(*this);
+    CheckBrowseMode();
+    if (curRec_ < 0 || curRec_ >= static_cast<int>(rows_.size())) return;
+    int removed = curRec_;
+    rows_.erase(rows_.begin() + removed);
+    if (isFiltered_) {
+        int f = FilterIndexOf(removed);
+        if (f >= 0) {
+            filterList_.erase(filterList_.begin() + f);
+            filterCurRec_ = f;
+        }
+        for (int& p : filterList_)
+            if (p > removed + 1) --p;
+        int n = static_cast<int>(filterList_.size());
+        if (filterCurRec_ >= n) filterCurRec_ = n - 1;
+        curRec_ = filterCurRec_ >= 0 ? filterList_[filterCurRec_] - 1 : -1;
+    } else {
+        int n = static_cast<int>(rows_.size());
+        if (curRec_ >= n) curRec_ = n - 1;
+    }
+    bof_ = eof_ = RecordCount() == 0;
+    Notify(TDataEvent::DataSetChange);
+}
+
+// ---- comparing, locating -----------------------------------------------------------------------
+
+int TdxMemData::CompareCells(const TField& field, const TCell& a, const TCell& b, bool ignoreCase) const {
+    bool an = std::holds_alternative<std::monostate>(a);
+    bool bn = std::holds_alternative<std::monostate>(b);
+    if (an || bn) return an == bn ? 0 : (an ? -1 : 1);
+    if (const auto* x = std::get_if<int64_t>(&a)) {
+        if (const auto* y = std::get_if<int64_t>(&b)) return *x < *y ? -1 : *x > *y ? 1 : 0;
+    }
+    if (const auto* x = std::get_if<double>(&a)) {
+        if (const auto* y = std::get_if<double>(&b)) return *x < *y ? -1 : *x > *y ? 1 : 0;
+    }
+    const auto* x = std::get_if<std::string>(&a);
+    const auto* y = std::get_if<std::string>(&b);
+    if (x && y) {
+        if (IsSingleByteText(field.DataType())) return platform::CompareAnsi(*x, *y, ignoreCase);
+        if (field.DataType() == TFieldType::ftWideString || field.DataType() == TFieldType::ftWideMemo)
+            return platform::CompareText(*x, *y, ignoreCase);
+        int r = x->compare(*y);
+        return r < 0 ? -1 : r > 0 ? 1 : 0;
+    }
+    return static_cast<int>(a.index()) - static_cast<int>(b.index());
+}
+
+std::vector<int> TdxMemData::SplitFieldNames(std::string_view names) const {
+    std::vector<int> out;
+    size_t start = 0;
+    while (start <= names.size()) {
+        size_t semi = names.find(';', start);
+        std::string one = Trim(names.substr(start, semi == std::string_view::npos ? std::string_view::npos : semi - start));
+        if (!one.empty()) out.push_back(FieldByName(one).Index());
+        if (semi == std::string_view::npos) break;
+        start = semi + 1;
+    }
+    if (out.empty()) throw EDatabaseError(name_ + ": No key fields given");
+    return out;
+}
+
+namespace {
+// A key for a string field is taken whole, not cut at the field's size.
+TCell KeyCell(const TField& f, const Variant& v) {
+    if (v.IsNull()) return TCell{};
+    switch (f.DataType()) {
+        case TFieldType::ftString:
+        case TFieldType::ftGuid:
+        case TFieldType::ftMemo:
+        case TFieldType::ftFmtMemo:
+            return TCell{platform::Utf8ToAnsi(v.AsString())};
+        case TFieldType::ftWideString:
+        case TFieldType::ftWideMemo:
+            return TCell{v.AsString()};
+        default:
+            return f.VariantToCell(v);
+    }
+}
+}  // namespace
+
+bool TdxMemData::RowMatches(int row, const std::vector<int>& keyFields, const std::vector<Variant>& keys,
+                            TLocateOptions options) const {
+    bool ic = (options & loCaseInsensitive) != 0;
+    for (size_t k = 0; k < keyFields.size(); ++k) {
+        const TField& f = *fields_[static_cast<size_t>(keyFields[k])];
+        const TCell& have = rows_[static_cast<size_t>(row)].cells[static_cast<size_t>(f.Index())];
+        TCell want = KeyCell(f, keys[k]);
+        bool wn = std::holds_alternative<std::monostate>(want);
+        bool hn = std::holds_alternative<std::monostate>(have);
+        if (wn || hn) {
+            if (wn != hn) return false;
+            continue;
+        }
+        if ((options & loPartialKey) != 0) {
+            const auto* ws = std::get_if<std::string>(&want);
+            const auto* hs = std::get_if<std::string>(&have);
+            if (ws && hs && !ws->empty() && hs->size() > ws->size()) {
+                std::string prefix = hs->substr(0, ws->size());
+                if (CompareCells(f, TCell{prefix}, want, ic) != 0) return false;
+                continue;
+            }
+        }
+        if (CompareCells(f, have, want, ic) != 0) return false;
+    }
+    return true;
+}
+
+int TdxMemData::FindRow(std::string_view keyFields, const std::vector<Variant>& keys,
+                        TLocateOptions options, std::vector<int>* fieldsOut) {
+    CheckBrowseMode();
+    if (!Active() || RecordCount() == 0) return -1;
+    std::vector<int> fields = SplitFieldNames(keyFields);
+    if (fields.size() != keys.size())
+        throw EDatabaseError(name_ + ": " + std::to_string(keys.size()) + " key values given for " +
+                             std::to_string(fields.size()) + " key fields");
+    if (fieldsOut) *fieldsOut = fields;
+
+    // Shortcut: the single key is the sorted field and no filter is on.
+    TField* sorted = sortedFieldName_.empty() ? nullptr : FindField(sortedFieldName_);
+    bool ic = (options & loCaseInsensitive) != 0;
+    if (sorted && !isFiltered_ && fields.size() == 1 && fields[0] == sorted->Index() &&
+        (options & loPartialKey) == 0 && ic == ((sortOptions_ & soCaseInsensitive) != 0)) {
+        TCell want = KeyCell(*sorted, keys[0]);
+        SortKey key{this, sorted, (sortOptions_ & soDesc) != 0, ic};
+        size_t fi = static_cast<size_t>(sorted->Index());
+        auto it = std::lower_bound(rows_.begin(), rows_.end(), want,
+                                   [&](const Row& r, const TCell& w) { return key.Less(r.cells[fi], w); });
+        if (it == rows_.end()) return -1;
+        int row = static_cast<int>(it - rows_.begin());
+        return RowMatches(row, fields, keys, options) ? row : -1;
+    }
+
+    if (isFiltered_) {
+        for (int p : filterList_)
+            if (RowMatches(p - 1, fields, keys, options)) return p - 1;
+        return -1;
+    }
+    for (int r = 0; r < static_cast<int>(rows_.size()); ++r)
+        if (RowMatches(r, fields, keys, options)) return r;
+    return -1;
+}
+
+bool TdxMemData::Locate(std::string_view keyFields, const Variant& keyValue, TLocateOptions options) {
+    return Locate(keyFields, std::vector<Variant>{keyValue}, options);
+}
+
+bool TdxMemData::Locate(std::string_view keyFields, const std::vector<Variant>& keyValues,
+                        TLocateOptions options) {
+    int row = FindRow(keyFields, keyValues, options);
+    if (row < 0) return false;
+    curRec_ = row;
+    if (isFiltered_) filterCurRec_ = FilterIndexOf(row);
+    bof_ = eof_ = false;
+    Notify(TDataEvent::DataSetScroll);
+    return true;
+}
+
+std::optional<std::vector<Variant>> TdxMemData::Lookup(std::string_view keyFields,
+                                                       const std::vector<Variant>& keyValues,
+                                                       std::string_view resultFields) {
+    int row = FindRow(keyFields, keyValues, 0);
+    if (row < 0) return std::nullopt;
+    std::vector<Variant> out;
+    for (int fi : SplitFieldNames(resultFields)) out.push_back(RowValue(row, *fields_[static_cast<size_t>(fi)]));
+    return out;
+}
+
+Variant TdxMemData::Lookup(std::string_view keyFields, const Variant& keyValue, std::string_view resultField) {
+    auto r = Lookup(keyFields, std::vector<Variant>{keyValue}, resultField);
+    if (!r || r->empty()) return Variant();
+    return (*r)[0];
+}
+
+// ---- filter and sort ---------------------------------------------------------------------------
+
+void TdxMemData::SetFiltered(bool value) {
+    if (value == isFiltered_) return;
+    CheckBrowseMode();
+    if (value) {
+        if (!programmedFilter_) {
+            filterList_.resize(rows_.size());
+            for (size_t i = 0; i < rows_.size(); ++i) filterList_[i] = static_cast<int>(i) + 1;
+        }
+        // Positions that name no row are dropped, so the cursor never leaves the table.
+        int n = static_cast<int>(rows_.size());
+        filterList_.erase(std::remove_if(filterList_.begin(), filterList_.end(),
+                                         [n](int p) { return p < 1 || p > n; }),
+                          filterList_.end());
+        isFiltered_ = true;
+    } else {
+        filterList_.clear();
+        isFiltered_ = false;
+    }
+    DisableControls();
+    if (Active()) First();
+    EnableControls();
+    Notify(TDataEvent::DataSetChange);
+}
+
+void TdxMemData::SortRows() {
+    TField* f = sortedFieldName_.empty() ? nullptr : FindField(sortedFieldName_);
+    if (!f || rows_.empty()) return;
+    TBookmark current = GetBookmark();
+    std::vector<TBookmark> shown;
+    for (int p : filterList_) shown.push_back(rows_[p - 1].bookmark);
+    SortKey key{this, f, (sortOptions_ & soDesc) != 0, (sortOptions_ & soCaseInsensitive) != 0};
+    size_t fi = static_cast<size_t>(f->Index());
+    std::stable_sort(rows_.begin(), rows_.end(),
+                     [&](const Row& a, const Row& b) { return key.Less(a.cells[fi], b.cells[fi]); });
+    for (size_t i = 0; i < shown.size(); ++i) filterList_[i] = RowOfBookmark(shown[i]) + 1;
+    if (current) {
+        curRec_ = RowOfBookmark(current);
+        if (isFiltered_) filterCurRec_ = FilterIndexOf(curRec_);
+    }
+}
+
+void TdxMemData::SetSortedField(std::string name) {
+    CheckBrowseMode();
+    sortedFieldName_ = std::move(name);
+    if (Active()) {
+        SortRows();
+        Notify(TDataEvent::DataSetChange);
+    }
+}
+
+void TdxMemData::SetSortOptions(TSortOptions options) {
+    CheckBrowseMode();
+    sortOptions_ = options;
+    if (Active()) {
+        SortRows();
+        Notify(TDataEvent::DataSetChange);
+    }
+}
+
+// ---- copying another table ---------------------------------------------------------------------
+
+void TdxMemData::LoadFromDataSet(TdxMemData* source) {
+    if (!source || source->FieldCount() < 2 || !source->Active()) return;
+    if (FieldCount() < 2) {
+        for (int i = 0; i < source->FieldCount(); ++i) {
+            const TField& sf = source->Fields(i);
+            if (sf.FieldKind() == TFieldKind::fkCalculated) continue;
+            TField& nf = AddField(sf.FieldName(), sf.DataType(), sf.Size());
+            nf.Visible = sf.Visible;
+            nf.DisplayLabel = sf.DisplayLabel;
+            nf.DisplayFormat = sf.DisplayFormat;
+        }
+    }
+    if (!Active()) Open();
+    // Which source fields go where: same name and kind, or an AutoInc into an Integer.
+    std::vector<std::pair<int, TField*>> map;
+    for (int i = 0; i < source->FieldCount(); ++i) {
+        const TField& sf = source->Fields(i);
+        if (sf.FieldKind() == TFieldKind::fkCalculated) continue;
+        TField* mine = FindField(sf.FieldName());
+        if (!mine || mine->FieldKind() == TFieldKind::fkCalculated) continue;
+        if (mine->DataType() == sf.DataType() ||
+            (sf.DataType() == TFieldType::ftAutoInc && mine->DataType() == TFieldType::ftInteger))
+            map.emplace_back(i, mine);
+    }
+    source->First();
+    source->DisableControls();
+    DisableControls();
+    copyFlag_ = true;
+    try {
+        while (!source->Eof()) {
+            Append();
+            for (auto& [si, mine] : map) WriteCurrentCell(*mine, source->CurrentCell(source->Fields(si)));
+            Post();
+            source->Next();
+        }
+    } catch (...) {
+        copyFlag_ = false;
+        EnableControls();
+        source->EnableControls();
+        throw;
+    }
+    copyFlag_ = false;
+    EnableControls();
+    source->EnableControls();
+}

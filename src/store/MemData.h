@@ -1,0 +1,304 @@
+#pragma once
+// TdxMemData: a table held wholly in memory, with one cursor, saved whole to and loaded whole
+// from a binary stream. Views (trees, grids) are observers of a table; DisableControls holds
+// their notifications back.
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "base/Currency.h"
+#include "base/DateTime.h"
+#include "base/Variant.h"
+
+// The closed list of field kinds, numbered by their code in the file format.
+enum class TFieldType : int16_t {
+    ftUnknown = 0,
+    ftString = 1,
+    ftSmallint = 2,
+    ftInteger = 3,
+    ftWord = 4,
+    ftBoolean = 5,
+    ftFloat = 6,
+    ftCurrency = 7,
+    ftBCD = 8,
+    ftDate = 9,
+    ftTime = 10,
+    ftDateTime = 11,
+    ftAutoInc = 12,
+    ftBlob = 13,
+    ftMemo = 14,
+    ftGraphic = 15,
+    ftFmtMemo = 16,
+    ftParadoxOle = 17,
+    ftDBaseOle = 18,
+    ftTypedBinary = 19,
+    ftWideString = 20,
+    ftLargeint = 21,
+    ftGuid = 22,
+    ftTimeStamp = 23,
+    ftFMTBcd = 24,
+    ftWideMemo = 25,
+    ftLongWord = 26,
+    ftShortint = 27,
+    ftByte = 28,
+    ftExtended = 29,
+};
+const char* FieldTypeName(TFieldType t);
+
+enum class TFieldKind { fkData, fkCalculated };
+enum class TDataSetState { dsInactive, dsBrowse, dsEdit, dsInsert };
+const char* DataSetStateName(TDataSetState s);  // "Inactive", "Browse", "Edit", "Insert"
+
+using TLocateOptions = unsigned;
+constexpr TLocateOptions loCaseInsensitive = 1;
+constexpr TLocateOptions loPartialKey = 2;
+
+using TSortOptions = unsigned;
+constexpr TSortOptions soDesc = 1;
+constexpr TSortOptions soCaseInsensitive = 2;
+
+using TBookmark = int;
+
+class TdxMemData;
+
+// One stored value: nothing, an integer (integers, booleans, currency in ten-thousandths), a
+// double (floats, dates, times) or bytes (single-byte text, blobs; wide text as UTF-8).
+using TCell = std::variant<std::monostate, int64_t, double, std::string>;
+
+class TField {
+public:
+    const std::string& FieldName() const { return name_; }
+    TFieldType DataType() const { return type_; }
+    int Size() const { return size_; }
+    TFieldKind FieldKind() const { return kind_; }
+    int Index() const { return index_; }
+    TdxMemData& DataSet() const { return *owner_; }
+    bool IsBlob() const;
+    bool IsAutoInc() const;
+
+    // Presentation, read by views and reports.
+    bool Visible = true;
+    std::string DisplayLabel;
+    std::string DisplayFormat;  // e.g. "#0.00"
+
+    // Fires on every assignment in Edit or Insert state, before Post, never during a load.
+    std::function<void(TField&)> OnChange;
+
+    // Typed access to the current row. Text is program text (UTF-8); single-byte fields convert
+    // to the code page on assignment and keep at most Size() bytes.
+    Variant Value() const;
+    void SetValue(const Variant& v);
+    bool IsNull() const;
+    void Clear();
+    std::string AsString() const;
+    void SetAsString(std::string_view s);
+    int AsInteger() const;
+    void SetAsInteger(int v);
+    double AsFloat() const;
+    void SetAsFloat(double v);
+    Currency AsCurrency() const;
+    void SetAsCurrency(Currency v);
+    TDateTime AsDateTime() const;
+    void SetAsDateTime(TDateTime v);
+    bool AsBoolean() const;
+    void SetAsBoolean(bool v);
+    // The text a view shows for the current row.
+    std::string DisplayText() const;
+
+    // Conversions between a stored cell and a program value for this field's kind.
+    Variant CellToVariant(const TCell& c) const;
+    TCell VariantToCell(const Variant& v) const;
+    std::string CellDisplayText(const TCell& c) const;
+
+private:
+    friend class TdxMemData;
+    TField(TdxMemData* owner, std::string name, TFieldType type, int size, TFieldKind kind, int index)
+        : owner_(owner), name_(std::move(name)), type_(type), size_(size), kind_(kind), index_(index) {}
+    TdxMemData* owner_;
+    std::string name_;
+    TFieldType type_;
+    int size_;
+    TFieldKind kind_;
+    int index_;
+};
+
+enum class TDataEvent {
+    DataSetChange,  // rows, filter, sort or state of the whole table changed; also at EnableControls
+    DataSetScroll,  // the cursor moved
+    RecordChange,   // a field of the current row was written (field given)
+    StateChange,    // Browse, Edit, Insert
+};
+
+class IDataObserver {
+public:
+    virtual ~IDataObserver() = default;
+    virtual void DataEvent(TdxMemData& table, TDataEvent event, TField* field) = 0;
+};
+
+class TdxMemData {
+public:
+    explicit TdxMemData(std::string name = {});
+    ~TdxMemData();
+    TdxMemData(const TdxMemData&) = delete;
+    TdxMemData& operator=(const TdxMemData&) = delete;
+
+    const std::string& Name() const { return name_; }
+
+    // Fields. RecId, the hidden calculated row number, is always the first.
+    TField& AddField(std::string name, TFieldType type, int size = 0,
+                     TFieldKind kind = TFieldKind::fkData);
+    int FieldCount() const { return static_cast<int>(fields_.size()); }
+    TField& Fields(int i) const { return *fields_.at(static_cast<size_t>(i)); }
+    TField& FieldByName(std::string_view name) const;  // EDatabaseError when unknown
+    TField* FindField(std::string_view name) const;
+
+    // Open state.
+    void Open();
+    void Close();
+    bool Active() const { return state_ != TDataSetState::dsInactive; }
+    void SetActive(bool value);
+    TDataSetState State() const { return state_; }
+
+    // Cursor. Each move first posts a pending row.
+    void First();
+    void Last();
+    void Next();
+    void Prior();
+    bool Eof() const { return eof_; }
+    bool Bof() const { return bof_; }
+    bool IsEmpty() const { return RecordCount() == 0; }
+    int RecordCount() const;
+    int RecNo() const;
+    void SetRecNo(int value);
+
+    // Editing.
+    void Edit();
+    void Append();
+    void Insert();
+    void Post();
+    void Cancel();
+    void Delete();
+    Variant FieldValues(std::string_view name) const;
+    void SetFieldValues(std::string_view name, const Variant& v);
+
+    // Searching. Key fields are separated by ";".
+    bool Locate(std::string_view keyFields, const Variant& keyValue, TLocateOptions options = 0);
+    bool Locate(std::string_view keyFields, const std::vector<Variant>& keyValues,
+                TLocateOptions options = 0);
+    // Values of resultFields (separated by ";") of the first matching row; nullopt when none.
+    std::optional<std::vector<Variant>> Lookup(std::string_view keyFields,
+                                               const std::vector<Variant>& keyValues,
+                                               std::string_view resultFields);
+    Variant Lookup(std::string_view keyFields, const Variant& keyValue, std::string_view resultField);
+
+    // Bookmarks.
+    TBookmark GetBookmark() const;
+    void GotoBookmark(TBookmark b);
+    void FreeBookmark(TBookmark) {}
+    bool BookmarkValid(TBookmark b) const;
+
+    // Observers.
+    void DisableControls();
+    void EnableControls();
+    bool ControlsDisabled() const { return disableCount_ > 0; }
+    void Refresh();
+    void AddObserver(IDataObserver* o);
+    void RemoveObserver(IDataObserver* o);
+
+    // Programmed filter.
+    bool Filtered() const { return isFiltered_; }
+    void SetFiltered(bool value);
+    bool ProgrammedFilter() const { return programmedFilter_; }
+    void SetProgrammedFilter(bool value) { programmedFilter_ = value; }
+    std::vector<int>& FilterList() { return filterList_; }
+    const std::vector<int>& FilterList() const { return filterList_; }
+
+    // Sorting.
+    const std::string& SortedField() const { return sortedFieldName_; }
+    void SetSortedField(std::string name);
+    TSortOptions SortOptions() const { return sortOptions_; }
+    void SetSortOptions(TSortOptions options);
+
+    // Files and streams (bytes held in std::string).
+    void SaveToStream(std::string& out);
+    void LoadFromStream(const std::string& bytes);
+    void SaveToBinaryFile(const std::string& path);
+    void LoadFromBinaryFile(const std::string& path);
+    void CreateFieldsFromStream(const std::string& bytes);
+    void CreateFieldsFromBinaryFile(const std::string& path);
+    void LoadFromDataSet(TdxMemData* source);
+
+    // Fires before a row is removed by Delete, on that row.
+    std::function<void(TdxMemData&)> BeforeDelete;
+
+    // Read access for views, without moving the cursor.
+    int RowCount() const { return static_cast<int>(rows_.size()); }  // all rows, whatever the filter
+    int CurRec() const { return curRec_; }                             // zero-based, -1 for none
+    std::vector<int> VisibleRows() const;                              // zero-based rows the filter shows
+    const TCell& Cell(int row, int field) const;
+    Variant RowValue(int row, const TField& field) const;
+    TBookmark RowBookmark(int row) const;
+    int RowOfBookmark(TBookmark b) const;  // -1 when gone
+    // Three-way compare of two cells of a field by the rules of the table (null first, text by
+    // the locale's collation).
+    int CompareCells(const TField& field, const TCell& a, const TCell& b, bool ignoreCase) const;
+    // Moves the cursor to a zero-based row (posting first); the row must be shown by the filter.
+    void GotoRow(int row);
+    bool Loading() const { return loadFlag_; }
+
+private:
+    friend class TField;
+    friend class TMemDataReader;
+    friend class TMemDataWriter;
+
+    struct Row {
+        std::vector<TCell> cells;
+        TBookmark bookmark = 0;
+    };
+
+    const TCell& CurrentCell(const TField& f) const;
+    void WriteCurrentCell(TField& f, TCell value);
+    void CheckBrowseMode();
+    void Notify(TDataEvent e, TField* f = nullptr);
+    void SetState(TDataSetState s);
+    void AssignAutoInc(Row& row);
+    void ResetAutoInc();
+    void InsertRowSorted(Row row, int& index);
+    void SortRows();
+    int FilterIndexOf(int row) const;
+    void SyncFilterCursor();
+    bool RowMatches(int row, const std::vector<int>& keyFields, const std::vector<Variant>& keys,
+                    TLocateOptions options) const;
+    int FindRow(std::string_view keyFields, const std::vector<Variant>& keys, TLocateOptions options,
+                std::vector<int>* fieldsOut = nullptr);
+    std::vector<int> SplitFieldNames(std::string_view names) const;
+    void RecomputeFilterAfterLoad();
+    void FinishLoad();
+
+    std::string name_;
+    std::vector<std::unique_ptr<TField>> fields_;
+    std::vector<Row> rows_;
+    std::vector<int> filterList_;
+    std::vector<int64_t> highest_;  // per field: highest auto-increment value seen
+    TBookmark lastBookmark_ = 0;
+    int curRec_ = -1;
+    int filterCurRec_ = -1;
+    bool bof_ = true;
+    bool eof_ = true;
+    bool loadFlag_ = false;
+    bool copyFlag_ = false;  // LoadFromDataSet: AutoInc values are copied as they stand
+    bool isFiltered_ = false;
+    bool programmedFilter_ = false;
+    TSortOptions sortOptions_ = 0;
+    std::string sortedFieldName_;
+    TDataSetState state_ = TDataSetState::dsInactive;
+    Row pending_;          // the row being edited or inserted
+    int insertAt_ = -1;    // Insert: the row before which the new row goes; -1 appends
+    int disableCount_ = 0;
+    std::vector<IDataObserver*> observers_;
+};

@@ -1,0 +1,559 @@
+// The table file: "Ver", the format version as a double, the field descriptors, then the
+// records to the end of the stream. The writer produces version 1.91; the reader takes every
+// older version too. A damaged stream never raises, except for a field name longer than 255
+// bytes: a short read ends the load, and the rows read before it stay.
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+
+#include "base/Exceptions.h"
+#include "platform/Text.h"
+#include "store/MemData.h"
+
+namespace {
+
+constexpr double kWriterVersion = 1.91;
+
+// Byte width of a fixed-width value, as the descriptor's Size gives it.
+int FixedWidth(TFieldType t) {
+    switch (t) {
+        case TFieldType::ftShortint:
+        case TFieldType::ftByte: return 1;
+        case TFieldType::ftSmallint:
+        case TFieldType::ftWord:
+        case TFieldType::ftBoolean: return 2;
+        case TFieldType::ftInteger:
+        case TFieldType::ftAutoInc:
+        case TFieldType::ftLongWord:
+        case TFieldType::ftDate:
+        case TFieldType::ftTime: return 4;
+        default: return 8;  // Float, Currency, BCD, DateTime, Largeint, TimeStamp, FMTBcd, Extended
+    }
+}
+
+bool IsStringKind(TFieldType t) {
+    return t == TFieldType::ftString || t == TFieldType::ftGuid || t == TFieldType::ftWideString;
+}
+
+bool IsBlobKind(TFieldType t) {
+    switch (t) {
+        case TFieldType::ftBlob:
+        case TFieldType::ftMemo:
+        case TFieldType::ftGraphic:
+        case TFieldType::ftFmtMemo:
+        case TFieldType::ftParadoxOle:
+        case TFieldType::ftDBaseOle:
+        case TFieldType::ftTypedBinary:
+        case TFieldType::ftWideMemo: return true;
+        default: return false;
+    }
+}
+
+bool IsOrdinalKind(TFieldType t) {
+    switch (t) {
+        case TFieldType::ftSmallint:
+        case TFieldType::ftInteger:
+        case TFieldType::ftWord:
+        case TFieldType::ftBoolean:
+        case TFieldType::ftAutoInc:
+        case TFieldType::ftLargeint:
+        case TFieldType::ftLongWord:
+        case TFieldType::ftShortint:
+        case TFieldType::ftByte: return true;
+        default: return false;
+    }
+}
+
+class Writer {
+public:
+    explicit Writer(std::string& out) : out_(out) {}
+    void Bytes(const void* p, size_t n) { out_.append(static_cast<const char*>(p), n); }
+    template <class T>
+    void Put(T v) {
+        unsigned char b[sizeof(T)];
+        std::memcpy(b, &v, sizeof(T));  // the machines this runs on are little-endian
+        Bytes(b, sizeof(T));
+    }
+    void Zeros(size_t n) { out_.append(n, '\0'); }
+
+private:
+    std::string& out_;
+};
+
+class Reader {
+public:
+    explicit Reader(const std::string& in) : in_(in) {}
+    size_t Pos() const { return pos_; }
+    size_t Left() const { return in_.size() - pos_; }
+    bool AtEnd() const { return pos_ >= in_.size(); }
+    void Seek(size_t p) { pos_ = p; }
+    bool Bytes(size_t n, std::string& out) {
+        if (n > Left()) return false;
+        out.assign(in_, pos_, n);
+        pos_ += n;
+        return true;
+    }
+    bool Skip(size_t n) {
+        if (n > Left()) return false;
+        pos_ += n;
+        return true;
+    }
+    template <class T>
+    bool Get(T& v) {
+        if (sizeof(T) > Left()) return false;
+        std::memcpy(&v, in_.data() + pos_, sizeof(T));
+        pos_ += sizeof(T);
+        return true;
+    }
+
+private:
+    const std::string& in_;
+    size_t pos_ = 0;
+};
+
+// The 80-bit extended format, for old files that stored it at its full width.
+double Extended80ToDouble(const unsigned char* b) {
+    uint64_t mant;
+    std::memcpy(&mant, b, 8);
+    uint16_t se;
+    std::memcpy(&se, b + 8, 2);
+    int exp = se & 0x7FFF;
+    bool neg = (se & 0x8000) != 0;
+    if (exp == 0 && mant == 0) return neg ? -0.0 : 0.0;
+    if (exp == 0x7FFF) return std::nan("");
+    double v = std::ldexp(static_cast<double>(mant), exp - 16383 - 63);
+    return neg ? -v : v;
+}
+
+struct Descriptor {
+    int32_t size = 0;
+    TFieldType type = TFieldType::ftUnknown;
+    std::string name;  // program text
+    TField* field = nullptr;
+};
+
+enum class HeaderResult { Ok, Nothing };
+
+struct Header {
+    double version = 0;
+    std::vector<Descriptor> descriptors;
+};
+
+// Reads the version and the descriptors. A short read or an unknown kind gives Nothing; a name
+// longer than 255 bytes raises.
+HeaderResult ReadHeader(Reader& r, Header& h, const std::string& tableName) {
+    std::string magic;
+    if (!r.Bytes(3, magic)) return HeaderResult::Nothing;
+    if (magic == "Ver") {
+        if (!r.Get(h.version)) return HeaderResult::Nothing;
+        if (!(h.version >= 1.0)) h.version = 1.0;  // below 1.0, and no number at all, count as 1.0
+    } else {
+        r.Seek(0);
+        h.version = 0;
+    }
+    int32_t count;
+    if (!r.Get(count)) return HeaderResult::Nothing;
+    if (count <= 0) return HeaderResult::Nothing;
+    for (int32_t i = 0; i < count; ++i) {
+        Descriptor d;
+        int16_t code, nameLength;
+        if (!r.Get(d.size) || !r.Get(code) || !r.Get(nameLength)) return HeaderResult::Nothing;
+        if (nameLength > 255) throw EDatabaseError(tableName + ": Invalid field name length " + std::to_string(nameLength));
+        if (nameLength < 1) return HeaderResult::Nothing;
+        std::string raw;
+        if (!r.Bytes(static_cast<size_t>(nameLength), raw)) return HeaderResult::Nothing;
+        size_t zero = raw.find('\0');
+        if (zero != std::string::npos) raw.resize(zero);
+        if (code < 1 || code > 29) return HeaderResult::Nothing;
+        d.type = static_cast<TFieldType>(code);
+        if (d.size < 0 || (!IsStringKind(d.type) && !IsBlobKind(d.type) && d.size > 64))
+            return HeaderResult::Nothing;
+        d.name = platform::AnsiToUtf8(raw);
+        h.descriptors.push_back(std::move(d));
+    }
+    return HeaderResult::Ok;
+}
+
+// The declared size of a string field from its descriptor: older files count the terminator.
+int DeclaredSize(const Descriptor& d, double version) {
+    if (d.type == TFieldType::ftString || d.type == TFieldType::ftGuid) {
+        if (version < 1.905) return std::max(0, d.size - 1);
+    } else if (d.type == TFieldType::ftWideString) {
+        if (version < 1.85) return std::max(0, d.size - 1);
+    }
+    return IsStringKind(d.type) ? d.size : 0;
+}
+
+// Reads one value by its descriptor into a cell of the descriptor's own kind. False on a short
+// or impossible read.
+bool ReadValue(Reader& r, const Descriptor& d, double version, TCell& cell) {
+    cell = TCell{};
+    TFieldType t = d.type;
+    if (IsBlobKind(t)) {
+        int32_t len;
+        if (!r.Get(len) || len < 0) return false;
+        std::string bytes;
+        if (!r.Bytes(static_cast<size_t>(len), bytes)) return false;
+        if (len == 0) return true;
+        if (t == TFieldType::ftWideMemo) {
+            std::u16string w(bytes.size() / 2, u'\0');
+            std::memcpy(w.data(), bytes.data(), w.size() * 2);
+            cell = platform::Utf16ToUtf8(w);
+        } else {
+            cell = std::move(bytes);
+        }
+        return true;
+    }
+    if (IsStringKind(t)) {
+        bool wide = t == TFieldType::ftWideString;
+        std::string bytes;
+        if (version < 1.85) {
+            // No flag; the length counts a terminator, and below 2 there is no value.
+            int32_t len;
+            if (!r.Get(len) || len < 0) return false;
+            if (len < 2) {
+                return r.Skip(static_cast<size_t>(len) * (wide ? 2 : 1));
+            }
+            if (wide && !r.Skip(1)) return false;
+            if (!r.Bytes(static_cast<size_t>(len) * (wide ? 2 : 1), bytes)) return false;
+            bytes.resize(bytes.size() - (wide ? 2 : 1));
+        } else {
+            uint8_t flag;
+            if (!r.Get(flag)) return false;
+            if (flag == 0) return true;
+            int32_t len;
+            if (!r.Get(len) || len < 0) return false;
+            if (!r.Bytes(static_cast<size_t>(len) * (wide ? 2 : 1), bytes)) return false;
+        }
+        if (wide) {
+            std::u16string w(bytes.size() / 2, u'\0');
+            std::memcpy(w.data(), bytes.data(), w.size() * 2);
+            cell = platform::Utf16ToUtf8(w);
+        } else {
+            cell = std::move(bytes);
+        }
+        return true;
+    }
+    // Fixed width: a flag byte, then the value at the descriptor's width. Version 0 has no flag
+    // on ordinal values.
+    bool hasValue = true;
+    if (!(version == 0 && IsOrdinalKind(t))) {
+        uint8_t flag;
+        if (!r.Get(flag)) return false;
+        hasValue = flag != 0;
+    }
+    size_t width = d.size > 0 ? static_cast<size_t>(d.size) : static_cast<size_t>(FixedWidth(t));
+    std::string b;
+    if (!r.Bytes(width, b)) return false;
+    if (!hasValue) return true;
+    const auto* p = reinterpret_cast<const unsigned char*>(b.data());
+    auto signedInt = [&]() -> int64_t {
+        uint64_t u = 0;
+        size_t n = std::min<size_t>(width, 8);
+        for (size_t i = 0; i < n; ++i) u |= static_cast<uint64_t>(p[i]) << (8 * i);
+        if (n < 8 && (u >> (8 * n - 1)) & 1) u |= ~uint64_t{0} << (8 * n);
+        return static_cast<int64_t>(u);
+    };
+    auto unsignedInt = [&]() -> int64_t {
+        uint64_t u = 0;
+        size_t n = std::min<size_t>(width, 8);
+        for (size_t i = 0; i < n; ++i) u |= static_cast<uint64_t>(p[i]) << (8 * i);
+        return static_cast<int64_t>(u);
+    };
+    auto real = [&]() -> double {
+        if (width == 10) return Extended80ToDouble(p);
+        if (width == 4) {
+            float f;
+            std::memcpy(&f, p, 4);
+            return f;
+        }
+        double v = 0;
+        if (width >= 8) std::memcpy(&v, p, 8);
+        return v;
+    };
+    switch (t) {
+        case TFieldType::ftWord:
+        case TFieldType::ftLongWord:
+        case TFieldType::ftByte: cell = unsignedInt(); break;
+        case TFieldType::ftBoolean: cell = int64_t{unsignedInt() != 0 ? 1 : 0}; break;
+        case TFieldType::ftCurrency: {
+            double v = real();
+            if (!std::isfinite(v) || std::fabs(v) > 9.2e14) return true;  // no value we can hold
+            cell = Currency::FromDouble(v).value;
+            break;
+        }
+        case TFieldType::ftDate: {
+            int32_t days = static_cast<int32_t>(signedInt());
+            cell = TimeStampToDateTime({days, 0});
+            break;
+        }
+        case TFieldType::ftTime: {
+            int64_t ms = signedInt();
+            cell = static_cast<double>(ms) / MSecsPerDay;
+            break;
+        }
+        case TFieldType::ftDateTime:
+        case TFieldType::ftTimeStamp: {
+            double ms = real();
+            if (!std::isfinite(ms) || std::fabs(ms) > 1e15) return true;
+            double day = std::floor(ms / MSecsPerDay);
+            auto msOfDay = static_cast<int32_t>(std::llround(ms - day * MSecsPerDay));
+            cell = TimeStampToDateTime({static_cast<int32_t>(day), msOfDay});
+            break;
+        }
+        case TFieldType::ftFloat:
+        case TFieldType::ftBCD:
+        case TFieldType::ftFMTBcd:
+        case TFieldType::ftExtended: {
+            double v = real();
+            if (!std::isfinite(v)) return true;
+            cell = v;
+            break;
+        }
+        default: cell = signedInt(); break;
+    }
+    return true;
+}
+
+// A value read in the file's kind, put into the table field's kind.
+TCell Convert(const Descriptor& d, TCell cell, const TField& f) {
+    if (std::holds_alternative<std::monostate>(cell)) return cell;
+    if (f.DataType() == d.type) {
+        if (auto* s = std::get_if<std::string>(&cell)) {
+            // Text longer than the field keeps its first Size bytes (characters for wide text).
+            if (IsStringKind(f.DataType()) && f.DataType() != TFieldType::ftWideString &&
+                s->size() > static_cast<size_t>(f.Size()))
+                s->resize(static_cast<size_t>(f.Size()));
+            else if (f.DataType() == TFieldType::ftWideString)
+                return f.VariantToCell(Variant(*s));
+        }
+        return cell;
+    }
+    // Another kind under the same name: convert by value, or leave the field without one.
+    try {
+        Variant v;
+        if (auto* s = std::get_if<std::string>(&cell)) {
+            bool single = d.type == TFieldType::ftString || d.type == TFieldType::ftGuid ||
+                          d.type == TFieldType::ftMemo || d.type == TFieldType::ftFmtMemo;
+            v = Variant(single ? platform::AnsiToUtf8(*s) : *s);
+        } else if (auto* i = std::get_if<int64_t>(&cell)) {
+            if (d.type == TFieldType::ftCurrency) v = Variant(Currency::FromRaw(*i));
+            else if (d.type == TFieldType::ftBoolean) v = Variant(*i != 0);
+            else v = Variant(*i);
+        } else {
+            double x = std::get<double>(cell);
+            bool date = d.type == TFieldType::ftDate || d.type == TFieldType::ftTime ||
+                        d.type == TFieldType::ftDateTime || d.type == TFieldType::ftTimeStamp;
+            v = date ? Variant::FromDate(x) : Variant(x);
+        }
+        return f.VariantToCell(v);
+    } catch (const Exception&) {
+        return TCell{};
+    }
+}
+
+void WriteDescriptor(Writer& w, const TField& f) {
+    int32_t size = IsStringKind(f.DataType()) ? f.Size() : IsBlobKind(f.DataType()) ? 0 : FixedWidth(f.DataType());
+    std::string name = platform::Utf8ToAnsi(f.FieldName());
+    if (name.size() > 254) name.resize(254);
+    w.Put(size);
+    w.Put(static_cast<int16_t>(f.DataType()));
+    w.Put(static_cast<int16_t>(name.size() + 1));
+    w.Bytes(name.data(), name.size());
+    w.Zeros(1);
+}
+
+void WriteValue(Writer& w, const TField& f, const TCell& cell) {
+    TFieldType t = f.DataType();
+    bool has = !std::holds_alternative<std::monostate>(cell);
+    if (IsBlobKind(t)) {
+        std::string bytes = has ? std::get<std::string>(cell) : std::string();
+        if (t == TFieldType::ftWideMemo && has) {
+            std::u16string u = platform::Utf8ToUtf16(bytes);
+            bytes.assign(reinterpret_cast<const char*>(u.data()), u.size() * 2);
+        }
+        w.Put(static_cast<int32_t>(bytes.size()));
+        w.Bytes(bytes.data(), bytes.size());
+        return;
+    }
+    w.Put(static_cast<uint8_t>(has ? 1 : 0));
+    if (IsStringKind(t)) {
+        if (!has) return;
+        const std::string& s = std::get<std::string>(cell);
+        if (t == TFieldType::ftWideString) {
+            std::u16string u = platform::Utf8ToUtf16(s);
+            w.Put(static_cast<int32_t>(u.size()));
+            w.Bytes(u.data(), u.size() * 2);
+        } else {
+            w.Put(static_cast<int32_t>(s.size()));
+            w.Bytes(s.data(), s.size());
+        }
+        return;
+    }
+    int width = FixedWidth(t);
+    if (!has) {
+        w.Zeros(static_cast<size_t>(width));
+        return;
+    }
+    switch (t) {
+        case TFieldType::ftShortint:
+        case TFieldType::ftByte: w.Put(static_cast<int8_t>(std::get<int64_t>(cell))); break;
+        case TFieldType::ftSmallint:
+        case TFieldType::ftWord:
+        case TFieldType::ftBoolean: w.Put(static_cast<int16_t>(std::get<int64_t>(cell))); break;
+        case TFieldType::ftInteger:
+        case TFieldType::ftAutoInc:
+        case TFieldType::ftLongWord: w.Put(static_cast<int32_t>(std::get<int64_t>(cell))); break;
+        case TFieldType::ftLargeint: w.Put(std::get<int64_t>(cell)); break;
+        case TFieldType::ftCurrency: w.Put(Currency::FromRaw(std::get<int64_t>(cell)).ToDouble()); break;
+        case TFieldType::ftDate: w.Put(DateTimeToTimeStamp(std::get<double>(cell)).date); break;
+        case TFieldType::ftTime: w.Put(DateTimeToTimeStamp(std::get<double>(cell)).time); break;
+        case TFieldType::ftDateTime:
+        case TFieldType::ftTimeStamp: {
+            TTimeStamp ts = DateTimeToTimeStamp(std::get<double>(cell));
+            w.Put(static_cast<double>(ts.date) * MSecsPerDay + ts.time);
+            break;
+        }
+        default: w.Put(std::get<double>(cell)); break;
+    }
+}
+
+std::string ReadWholeFile(const std::string& path) {
+    std::error_code ec;
+    if (std::filesystem::is_directory(path, ec))
+        throw EFOpenError("Cannot open file \"" + path + "\". Is a directory");
+    std::FILE* f = std::fopen(path.c_str(), "rb");
+    if (!f) throw EFOpenError("Cannot open file \"" + path + "\". " + std::strerror(errno));
+    std::string data;
+    char buf[65536];
+    size_t n;
+    while ((n = std::fread(buf, 1, sizeof buf, f)) > 0) data.append(buf, n);
+    bool failed = std::ferror(f) != 0;
+    int err = errno;
+    std::fclose(f);
+    if (failed) throw EFOpenError("Cannot open file \"" + path + "\". " + std::strerror(err));
+    return data;
+}
+
+}  // namespace
+
+class TMemDataWriter {
+public:
+    static void Save(TdxMemData& t, std::string& out) {
+        Writer w(out);
+        std::vector<const TField*> stored;
+        for (int i = 0; i < t.FieldCount(); ++i)
+            if (t.Fields(i).FieldKind() == TFieldKind::fkData) stored.push_back(&t.Fields(i));
+        w.Bytes("Ver", 3);
+        w.Put(kWriterVersion);
+        w.Put(static_cast<int32_t>(stored.size()));
+        for (const TField* f : stored) WriteDescriptor(w, *f);
+        for (const auto& row : t.rows_)
+            for (const TField* f : stored) WriteValue(w, *f, row.cells[static_cast<size_t>(f->Index())]);
+    }
+};
+
+class TMemDataReader {
+public:
+    static void Load(TdxMemData& t, const std::string& bytes) {
+        Reader r(bytes);
+        Header h;
+        if (ReadHeader(r, h, t.Name()) != HeaderResult::Ok) return;
+        for (Descriptor& d : h.descriptors) {
+            TField* f = t.FindField(d.name);
+            d.field = f && f->FieldKind() == TFieldKind::fkData ? f : nullptr;
+        }
+        const size_t nFields = t.fields_.size();
+        while (!r.AtEnd()) {
+            TdxMemData::Row row;
+            row.cells.resize(nFields);
+            bool complete = true;
+            for (const Descriptor& d : h.descriptors) {
+                TCell cell;
+                if (!ReadValue(r, d, h.version, cell)) {
+                    complete = false;
+                    break;
+                }
+                if (d.field) row.cells[static_cast<size_t>(d.field->Index())] = Convert(d, std::move(cell), *d.field);
+            }
+            if (!complete) break;  // the partly read record is dropped
+            row.cells[0] = static_cast<int64_t>(t.rows_.size()) + 1;
+            t.AssignAutoInc(row);
+            t.rows_.push_back(std::move(row));
+        }
+    }
+
+    static void CreateFields(TdxMemData& t, const std::string& bytes) {
+        Reader r(bytes);
+        Header h;
+        if (ReadHeader(r, h, t.Name()) != HeaderResult::Ok) return;
+        for (const Descriptor& d : h.descriptors) {
+            if (d.name.empty() || t.FindField(d.name)) continue;
+            t.AddField(d.name, d.type, DeclaredSize(d, h.version));
+        }
+    }
+};
+
+void TdxMemData::SaveToStream(std::string& out) { TMemDataWriter::Save(*this, out); }
+
+void TdxMemData::LoadFromStream(const std::string& bytes) {
+    DisableControls();
+    loadFlag_ = true;
+    try {
+        Close();
+        Open();
+        TMemDataReader::Load(*this, bytes);
+    } catch (...) {
+        FinishLoad();
+        throw;
+    }
+    FinishLoad();
+}
+
+void TdxMemData::FinishLoad() {
+    loadFlag_ = false;
+    lastBookmark_ = 0;
+    for (Row& row : rows_) row.bookmark = ++lastBookmark_;
+    SortRows();
+    RecomputeFilterAfterLoad();
+    First();
+    Refresh();
+    EnableControls();
+}
+
+void TdxMemData::RecomputeFilterAfterLoad() {
+    // A programmed filter's list was cleared with the old rows; any other filter lets all pass.
+    if (isFiltered_ && !programmedFilter_) {
+        filterList_.resize(rows_.size());
+        for (size_t i = 0; i < rows_.size(); ++i) filterList_[i] = static_cast<int>(i) + 1;
+    }
+}
+
+void TdxMemData::SaveToBinaryFile(const std::string& path) {
+    if (!Active()) return;
+    std::string data;
+    SaveToStream(data);
+    std::FILE* f = std::fopen(path.c_str(), "wb");
+    if (!f) throw EFCreateError("Cannot create file \"" + path + "\". " + std::strerror(errno));
+    size_t written = data.empty() ? 0 : std::fwrite(data.data(), 1, data.size(), f);
+    bool failed = written != data.size();
+    int err = errno;
+    if (std::fclose(f) != 0 && !failed) {
+        failed = true;
+        err = errno;
+    }
+    if (failed) throw EInOutError("Cannot write file \"" + path + "\". " + std::strerror(err));
+}
+
+void TdxMemData::LoadFromBinaryFile(const std::string& path) { LoadFromStream(ReadWholeFile(path)); }
+
+void TdxMemData::CreateFieldsFromStream(const std::string& bytes) {
+    Close();
+    TMemDataReader::CreateFields(*this, bytes);
+}
+
+void TdxMemData::CreateFieldsFromBinaryFile(const std::string& path) {
+    CreateFieldsFromStream(ReadWholeFile(path));
+}
