@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# Installs what is missing, configures, builds and runs every test.
+# PRESET=sanitize runs the same tests under AddressSanitizer and UndefinedBehaviorSanitizer.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+preset="${PRESET:-default}"
+bash scripts/deps.sh
+cmake --preset "$preset"
+cmake --build --preset "$preset" -j "$(nproc)"
+ctest --preset "$preset" -j "$(nproc)"
