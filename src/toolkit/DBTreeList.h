@@ -1,0 +1,170 @@
+#pragma once
+// TcxDBTreeList: a tree of the rows a table shows, built by key field, parent field and root
+// value. The tree follows the table: its nodes are rebuilt when the rows, the filter or the sort
+// change, and its focused node follows the table's one cursor. Focusing a node moves the cursor.
+// Per-node pictures and cell font styles come from the form's handlers, so that they can be read
+// without pixels.
+#include <functional>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "base/Variant.h"
+#include "store/MemData.h"
+#include "toolkit/DataSource.h"
+
+class TcxDBTreeList;
+
+enum class TcxSortOrder { soNone, soAscending, soDescending };
+
+class TcxDBTreeListColumn {
+public:
+    const std::string& Name() const { return name_; }
+    const std::string& FieldName() const { return fieldName_; }
+    int ItemIndex() const { return index_; }  // data order among the columns
+    bool Visible = true;
+    std::string Caption;
+    TcxSortOrder SortOrder = TcxSortOrder::soNone;
+    bool Focusing = true;  // whether the column's cells can take the focus
+    int ImageIndexOfValue(const Variant&) const { return -1; }
+
+private:
+    friend class TcxDBTreeList;
+    TcxDBTreeListColumn(std::string name, std::string fieldName, int index)
+        : name_(std::move(name)), fieldName_(std::move(fieldName)), index_(index) {}
+    std::string name_;
+    std::string fieldName_;
+    int index_;
+};
+
+class TcxTreeListNode {
+public:
+    int Level() const { return level_; }
+    TcxTreeListNode* Parent() const { return parent_; }
+    int Count() const { return static_cast<int>(children_.size()); }
+    bool HasChildren() const { return !children_.empty(); }
+    TcxTreeListNode* Items(int i) const { return children_.at(static_cast<size_t>(i)); }
+    const std::vector<TcxTreeListNode*>& Children() const { return children_; }
+    int Index() const { return index_; }                  // among its siblings
+    int AbsoluteIndex() const { return absoluteIndex_; }  // in the whole tree, expanded or not
+    const Variant& KeyValue() const { return key_; }
+    const Variant& ParentKeyValue() const { return parentKey_; }
+    TBookmark RecordBookmark() const { return bookmark_; }
+    bool Expanded() const { return expanded_; }
+    void SetExpanded(bool value);
+    void Expand(bool recurse);
+    void Collapse(bool recurse);
+    bool Focused() const;
+    // Display text of a column for this node (hidden columns too).
+    const std::string& Texts(int columnIndex) const { return texts_.at(static_cast<size_t>(columnIndex)); }
+    // Value of a column for this node.
+    const Variant& Values(int columnIndex) const { return values_.at(static_cast<size_t>(columnIndex)); }
+    TcxDBTreeList& TreeList() const { return *tree_; }
+
+private:
+    friend class TcxDBTreeList;
+    TcxDBTreeList* tree_ = nullptr;
+    TcxTreeListNode* parent_ = nullptr;
+    std::vector<TcxTreeListNode*> children_;
+    int level_ = 0;
+    int index_ = 0;
+    int absoluteIndex_ = 0;
+    Variant key_;
+    Variant parentKey_;
+    TBookmark bookmark_ = 0;
+    int row_ = -1;
+    bool expanded_ = false;
+    std::vector<std::string> texts_;
+    std::vector<Variant> values_;
+};
+
+// Font style of a drawn cell.
+struct TFontStyles {
+    bool Bold = false;
+    bool StrikeOut = false;
+    friend bool operator==(TFontStyles, TFontStyles) = default;
+};
+
+class TcxDBTreeList : public IDataObserver {
+public:
+    explicit TcxDBTreeList(std::string name);
+    ~TcxDBTreeList() override;
+    TcxDBTreeList(const TcxDBTreeList&) = delete;
+    TcxDBTreeList& operator=(const TcxDBTreeList&) = delete;
+
+    const std::string& Name() const { return name_; }
+
+    // Binding.
+    void SetDataSource(TDataSource* source);
+    TDataSource* DataSource() const { return source_; }
+    TdxMemData* DataSet() const { return source_ ? source_->DataSet : nullptr; }
+    std::string KeyField = "ID";
+    std::string ParentField = "Parent_ID";
+    Variant RootValue = Variant(-1);
+    bool ReadOnly = true;
+
+    // Columns.
+    TcxDBTreeListColumn& CreateColumn(std::string name, std::string fieldName, bool visible = true);
+    int ColumnCount() const { return static_cast<int>(columns_.size()); }
+    TcxDBTreeListColumn& Columns(int i) const { return *columns_.at(static_cast<size_t>(i)); }
+    TcxDBTreeListColumn* ColumnByName(const std::string& name) const;
+    // The first column shown, in data order; nullptr when none is.
+    TcxDBTreeListColumn* FirstVisibleColumn() const;
+
+    // Nodes.
+    int Count() const { return static_cast<int>(roots_.size()); }  // root nodes
+    TcxTreeListNode* Items(int i) const { return roots_.at(static_cast<size_t>(i)); }
+    int AbsoluteCount() const { return static_cast<int>(all_.size()); }
+    TcxTreeListNode* AbsoluteItems(int i) const { return all_.at(static_cast<size_t>(i)); }
+    TcxTreeListNode* FindNodeByKeyValue(const Variant& key) const;
+    // The nodes a user sees, in order: those whose ancestors are all expanded.
+    std::vector<TcxTreeListNode*> VisibleNodes() const;
+    // The node shown on a line of the tree (0 = top line); nullptr for the empty space below.
+    TcxTreeListNode* HitTest(int line) const;
+
+    // Focus.
+    TcxTreeListNode* FocusedNode() const { return focused_; }
+    // Focuses a node as a user does: the table's cursor moves to its row.
+    void SetFocusedNode(TcxTreeListNode* node);
+
+    void FullExpand();
+    void FullCollapse();
+
+    // Deletes the rows of a node's descendants and its own, one by one, under DisableControls.
+    void DeleteNode(TcxTreeListNode* node);
+    // Moves a node under another (nullptr: to the root) by writing its parent field.
+    void MoveNode(TcxTreeListNode* node, TcxTreeListNode* newParent);
+
+    // Events and hooks of the form.
+    std::function<void(TcxDBTreeList& sender, TcxTreeListNode* previous, TcxTreeListNode* focused)>
+        OnFocusedNodeChanged;
+    // Given the node and the index the tree offers (-1, no picture), gives the picture to show.
+    std::function<int(TcxDBTreeList& sender, TcxTreeListNode* node, int offered)> OnGetNodeImageIndex;
+    std::function<void(TcxDBTreeList& sender, TcxTreeListNode* node, TcxDBTreeListColumn& column,
+                       TFontStyles& style)>
+        OnCustomDrawDataCell;
+    int NodeImageIndex(TcxTreeListNode* node);
+    TFontStyles CellStyle(TcxTreeListNode* node, TcxDBTreeListColumn& column);
+
+    // Rebuilds the nodes from the table now (the table tells the tree when it must).
+    void Rebuild();
+
+    void DataEvent(TdxMemData& table, TDataEvent event, TField* field) override;
+
+private:
+    void SyncFocusToCursor();
+    void SetFocused(TcxTreeListNode* node);
+    TcxTreeListNode* NodeOfRow(int row) const;
+
+    std::string name_;
+    TDataSource* source_ = nullptr;
+    std::vector<std::unique_ptr<TcxDBTreeListColumn>> columns_;
+    std::vector<std::unique_ptr<TcxTreeListNode>> storage_;
+    std::vector<TcxTreeListNode*> roots_;
+    std::vector<TcxTreeListNode*> all_;  // absolute order
+    TcxTreeListNode* focused_ = nullptr;
+    std::set<std::string> expandedKeys_;        // kept across rebuilds
+    std::vector<TcxTreeListNode*> rowToNode_;  // by the table's row index
+    friend class TcxTreeListNode;
+};
