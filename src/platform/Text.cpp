@@ -173,6 +173,20 @@ std::string Utf16ToUtf8(std::u16string_view s) {
 }
 
 int CompareAnsi(std::string_view a, std::string_view b, bool ignoreCase) {
+    if (a == b) return 0;  // the same bytes collate equal
+    // Short texts convert on the stack; the collator compares UTF-16 buffers directly.
+    constexpr size_t kStack = 256;
+    if (a.size() <= kStack && b.size() <= kStack) {
+        if (icu::Collator* c = TheCollators().Get(ignoreCase)) {
+            UChar ua[kStack], ub[kStack];
+            for (size_t i = 0; i < a.size(); ++i) ua[i] = AnsiToChar(static_cast<unsigned char>(a[i]));
+            for (size_t i = 0; i < b.size(); ++i) ub[i] = AnsiToChar(static_cast<unsigned char>(b[i]));
+            UErrorCode st = U_ZERO_ERROR;
+            UCollationResult r = c->compare(ua, static_cast<int32_t>(a.size()), ub,
+                                            static_cast<int32_t>(b.size()), st);
+            if (U_SUCCESS(st)) return r == UCOL_LESS ? -1 : r == UCOL_GREATER ? 1 : 0;
+        }
+    }
     return Compare(FromAnsi(a), FromAnsi(b), ignoreCase);
 }
 
