@@ -1,0 +1,9 @@
+#include "platform/Dispatch.h"
+
+namespace platform {
+
+void ThrowIntfCastError() { throw EIntfCastError("Interface not supported"); }
+
+void ThrowNilReference() { throw EAccessViolation("Access violation: the object reference is empty"); }
+
+}  // namespace platform
