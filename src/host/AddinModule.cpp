@@ -1,0 +1,387 @@
+#include "host/AddinModule.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+#include "base/Guard.h"
+#include "host/Items.h"
+#include "platform/System.h"
+#include "store/Tables.h"
+#include "support/FileLogger.h"
+#include "support/ufmAbout.h"
+#include "support/ufmOptions.h"
+#include "tasks/ufmAddTask.h"
+#include "tasks/ufmNewTask.h"
+#include "time/ufmChooseTask.h"
+#include "time/ufmTimeMemo.h"
+#include "time/ufmTimer.h"
+#include "toolkit/Forms.h"
+#include "toolkit/UnitsLoader.h"
+
+using outlook::MAPIFolder;
+using platform::QueryInterface;
+using platform::Use;
+
+TAddInModule::TAddInModule(THostInfo host)
+    : TadxCOMAddInModule(std::move(host)), adxOlFormsManager1(*this), adxOutlookAppEvents1(*this) {
+    AddInName = "Corvelle";
+    vars_.AddInModule = this;
+
+    DefineTasksFields(MemDataTasks);
+    DefineTimeFields(MemDataTime);
+    DefineEmailsFields(MemDataEmails);
+    DefineContactsFields(MemDataContacts);
+    DefineDistListsFields(MemDataDistLists);
+    DefineAppointmentsFields(MemDataAppointments);
+    DefineNotesFields(MemDataNotes);
+    DefineAddTaskTable(MemDataAddTask);
+
+    MemDataTasks.BeforeDelete = [this](TdxMemData& t) { MemDataTasksBeforeDelete(t); };
+    if (TField* complete = MemDataTasks.FindField("Complete"))
+        complete->OnChange = [this](TField& f) { MemDataTasksCompleteChange(f); };
+
+    adxRibbonTab1.Caption = "Corvelle";
+    adxRibbonTab1.Id = "adxRibbonTab1";
+
+    OnError = [this](const ExceptionInfo& E, bool& Handled) { adxCOMAddInModuleError(E, Handled); };
+    adxOlFormsManager1.OnError = [this](const ExceptionInfo& E, bool& Handled) {
+        adxOlFormsManager1Error(E, Handled);
+    };
+    adxOutlookAppEvents1.OnQuit = [this] { adxOutlookAppEvents1Quit(); };
+}
+
+TAddInModule::~TAddInModule() = default;
+
+// ---------------------------------------------------------------------------------------------
+// Lifecycle
+
+void TAddInModule::AddInInitialize() { TdxUnitsLoader::Initialize(); }
+
+void TAddInModule::AddInStartupComplete() {
+    // A step that fails ends the start-up there, without a word.
+    Swallow([this] {
+        TModuleGlobals& g = vars_;
+
+        // 1. The tables, tasks first.
+        g.MemDataTasks = &MemDataTasks;
+        g.MemDataAddTask = &MemDataAddTask;
+        g.MemDataTime = &MemDataTime;
+        g.MemDataEmails = &MemDataEmails;
+        g.MemDataContacts = &MemDataContacts;
+        g.MemDataDistLists = &MemDataDistLists;
+        g.MemDataAppointments = &MemDataAppointments;
+        g.MemDataNotes = &MemDataNotes;
+
+        // 2. The host application.
+        g.OutlookApp = HostApplication();
+
+        // 3. The name space and the current user.
+        g.NameSpace = Use(g.OutlookApp).GetNamespace("MAPI");
+        g.CurrentUser = Use(g.NameSpace).CurrentUser();
+        g.CurrentUserName = Use(g.CurrentUser).Name();
+        g.CurrentUserAddress = Use(g.CurrentUser).Address();
+
+        // 4. Help.
+        SetHelpFile(GetDllPath() + "Corvelle.chm");
+
+        // 5. Tasks, Inbox, Sent Items.
+        g.TasksFolder = Use(g.NameSpace).GetDefaultFolder(outlook::olFolderTasks);
+        g.InboxFolder = Use(g.NameSpace).GetDefaultFolder(outlook::olFolderInbox);
+        g.SentFolder = Use(g.NameSpace).GetDefaultFolder(outlook::olFolderSentMail);
+
+        // 6. The mailbox root.
+        g.RootFolder = QueryInterface<MAPIFolder>(Use(g.InboxFolder).Parent());
+
+        // 7. The folder of filed mail, made on the first start.
+        try {
+            g.EmailFolder = Use(Use(g.RootFolder).Folders()).Item("CorvelleEmail");
+        } catch (...) {
+            g.EmailFolder = Use(Use(g.RootFolder).Folders()).Add("CorvelleEmail", outlook::olFolderInbox);
+        }
+
+        // 8. Deleted Items.
+        g.DeletedFolder = Use(g.NameSpace).GetDefaultFolder(outlook::olFolderDeletedItems);
+
+        // 9. The folder of notes: a mail folder too, since notes are posts.
+        try {
+            g.NotesFolder = Use(Use(g.RootFolder).Folders()).Item("CorvelleNotes");
+        } catch (...) {
+            g.NotesFolder = Use(Use(g.RootFolder).Folders()).Add("CorvelleNotes", outlook::olFolderInbox);
+        }
+
+        // 10. Contacts and Calendar.
+        g.ContactsFolder = Use(g.NameSpace).GetDefaultFolder(outlook::olFolderContacts);
+        g.CalendarFolder = Use(g.NameSpace).GetDefaultFolder(outlook::olFolderCalendar);
+
+        // 11. The forms that are not panes.
+        g.fmNewTask = std::make_unique<TfmNewTask>();
+        g.fmTimeMemo = std::make_unique<TfmTimeMemo>();
+        g.fmChooseTask = std::make_unique<TfmChooseTask>();
+        g.fmTimer = std::make_unique<TfmTimer>();
+        g.fmOptions = std::make_unique<TfmOptions>();
+        g.fmAddTask = std::make_unique<TfmAddTask>();
+        g.fmAbout = std::make_unique<TfmAbout>();
+
+        // 12. The table files, beside the add-in file.
+        g.TasksPath = GetDllPath() + "Tasks.bin";
+        g.TimePath = GetDllPath() + "Time.bin";
+        g.EmailsPath = GetDllPath() + "Emails.bin";
+        g.ContactsPath = GetDllPath() + "Contacts.bin";
+        g.DistlistsPath = GetDllPath() + "Distlists.bin";
+        g.AppointmentsPath = GetDllPath() + "Appointments.bin";
+        g.NotesPath = GetDllPath() + "Notes.bin";
+
+        // 13. The tables.
+        LoadTasks();
+        CopyAllTasks();
+        LoadTime();
+        LoadEmails();
+        LoadContacts();
+        LoadDistLists();
+        LoadAppointments();
+        LoadNotes();
+
+        // 14. The item watcher, connected only when an item is awaited.
+        mailItems_ = std::make_unique<TItems>();
+        mailItems_->OnItemAdd = [this](const std::shared_ptr<platform::IDispatch>& Item) { ItemsAdd(Item); };
+        g.MailItems = mailItems_.get();
+
+        // 15. The diagnostic trace client.
+        if (platform::ITraceClient* trace = TraceClient()) trace->Connect("127.0.0.1", 3434);
+    });
+}
+
+void TAddInModule::AddInBeginShutdown() {
+    Swallow([this] {
+        TModuleGlobals& g = vars_;
+
+        // 1. Outlook's objects.
+        g.NameSpace.reset();
+        g.CurrentUser.reset();
+        g.TasksFolder.reset();
+        g.InboxFolder.reset();
+        g.RootFolder.reset();
+        g.EmailFolder.reset();
+        g.SentFolder.reset();
+        g.DeletedFolder.reset();
+        g.NotesFolder.reset();
+        g.ContactsFolder.reset();
+        g.CalendarFolder.reset();
+
+        // 2. The forms; the task chooser stays until the module goes.
+        g.fmNewTask.reset();
+        g.fmTimeMemo.reset();
+        g.fmTimer.reset();
+        g.fmOptions.reset();
+        g.fmAddTask.reset();
+        g.fmAbout.reset();
+
+        // 3. The item watcher: disconnected and let go; the module keeps the object.
+        if (g.MailItems) g.MailItems->Disconnect();
+        g.MailItems = nullptr;
+
+        // 4. The open task. Its connection is let go without Unadvise: that belongs to the
+        // item's own unload.
+        Swallow([&g] {
+            g.TaskItem.reset();
+            g.TaskConnection.reset();
+            g.TaskSink.reset();
+        });
+    });
+}
+
+void TAddInModule::AddInFinalize() { TdxUnitsLoader::Finalize(); }
+
+// ---------------------------------------------------------------------------------------------
+// Handlers
+
+void TAddInModule::adxCOMAddInModuleError(const ExceptionInfo& E, bool& Handled) {
+    Dialogs().ShowMessage(E.className + " error raised by AddinModule " + "with message: " + E.message);
+    Handled = true;
+}
+
+void TAddInModule::adxOlFormsManager1Error(const ExceptionInfo&, bool& Handled) { Handled = true; }
+
+void TAddInModule::adxOutlookAppEvents1Quit() {
+    if (IsFastShutdown()) {
+        AddInBeginShutdown();
+        AddInFinalize();
+    }
+}
+
+bool TAddInModule::IsFastShutdown() {
+    if (HostType() != TadxHostApp::ohaOutlook || !HostApplication()) return false;
+    bool result = false;
+    int major = HostMajorVersion();
+    if (major >= 14) {
+        result = true;
+        auto behavior = Registry().ReadDword(
+            platform::RegistryRoot::CurrentUser,
+            "Software\\Microsoft\\Office\\" + std::to_string(major) + ".0\\Outlook\\Options\\Shutdown",
+            "AddinFastShutdownBehavior");
+        if (behavior && *behavior == 1) return false;
+        auto root = RegisteredForAllUsers() ? platform::RegistryRoot::LocalMachine
+                                            : platform::RegistryRoot::CurrentUser;
+        auto notify = Registry().ReadDword(root, AddInRegistryKey, "RequireShutdownNotification");
+        if (notify && *notify == 1) result = false;
+    }
+    return result;
+}
+
+void TAddInModule::MemDataTasksBeforeDelete(TdxMemData&) {
+    // The Outlook twin of a deleted task goes with the task operations.
+}
+
+void TAddInModule::MemDataTasksCompleteChange(TField&) {
+    // The completion rules join with the task operations.
+}
+
+void TAddInModule::ItemsAdd(const std::shared_ptr<platform::IDispatch>&) {
+    // Filing of the awaited item joins with the filing engine.
+}
+
+// ---------------------------------------------------------------------------------------------
+// Loading and saving
+
+namespace {
+
+bool FileExists(const std::string& path) {
+    std::error_code ec;
+    return std::filesystem::exists(path, ec);
+}
+
+}  // namespace
+
+void TAddInModule::LoadTable(TdxMemData& table, const std::string& path, const char* failureMessage) {
+    table.DisableControls();
+    if (FileExists(path)) {
+        try {
+            table.LoadFromBinaryFile(path);
+        } catch (...) {
+            Dialogs().ShowMessage(failureMessage);
+        }
+    }
+    // Open with or without a file: no file is an empty table, as on the first start.
+    table.SetActive(true);
+    table.EnableControls();
+}
+
+void TAddInModule::LoadTasks() {
+    Swallow([this] { LoadTable(MemDataTasks, vars_.TasksPath, "Unable to load tasks."); });
+}
+
+void TAddInModule::CopyAllTasks() {
+    Guarded([this] { Swallow([this] { MemDataAddTask.LoadFromDataSet(&MemDataTasks); }); },
+            [](const ExceptionInfo& E) { LogError("TAddInModule.CopyAllTasks: " + E.message); });
+}
+
+void TAddInModule::LoadTime() {
+    Swallow([this] { LoadTable(MemDataTime, vars_.TimePath, "Unable to load time."); });
+}
+
+void TAddInModule::LoadEmails() {
+    Swallow([this] { LoadTable(MemDataEmails, vars_.EmailsPath, "Unable to load emails."); });
+}
+
+void TAddInModule::LoadContacts() {
+    Swallow([this] { LoadTable(MemDataContacts, vars_.ContactsPath, "Unable to load contacts."); });
+}
+
+void TAddInModule::LoadDistLists() {
+    Guarded(
+        [this] { LoadTable(MemDataDistLists, vars_.DistlistsPath, "Unable to load distribution lists."); },
+        [](const ExceptionInfo& E) { LogError("TAddInModule.LoadDistLists: " + E.message); });
+}
+
+void TAddInModule::LoadAppointments() {
+    Swallow([this] {
+        LoadTable(MemDataAppointments, vars_.AppointmentsPath, "Unable to load appointments.");
+    });
+}
+
+void TAddInModule::LoadNotes() {
+    Swallow([this] { LoadTable(MemDataNotes, vars_.NotesPath, "Unable to load notes."); });
+}
+
+void TAddInModule::SaveTable(TdxMemData& table, const std::string& path, const char* failureMessage) {
+    Swallow([&] {
+        // A table that shows no row is not written, and its old file stays.
+        if (table.RecordCount() <= 0) return;
+        try {
+            table.SaveToBinaryFile(path);
+        } catch (...) {
+            if (failureMessage) Dialogs().ShowMessage(failureMessage);
+        }
+    });
+}
+
+void TAddInModule::SaveTasks() {
+    SaveTable(MemDataTasks, vars_.TasksPath,
+              "Corvelle does not have permission to save your tasks to the directory in which you "
+              "installed it. Please read the installation instructions");
+}
+
+void TAddInModule::SaveTime() {
+    SaveTable(MemDataTime, vars_.TimePath,
+              "Corvelle does not have permission to save your time to the directory in which you "
+              "installed it. Please read the  setup instructions");
+}
+
+void TAddInModule::SaveEmails() { SaveTable(MemDataEmails, vars_.EmailsPath, nullptr); }
+void TAddInModule::SaveContacts() { SaveTable(MemDataContacts, vars_.ContactsPath, nullptr); }
+void TAddInModule::SaveDistLists() { SaveTable(MemDataDistLists, vars_.DistlistsPath, nullptr); }
+void TAddInModule::SaveAppointments() { SaveTable(MemDataAppointments, vars_.AppointmentsPath, nullptr); }
+void TAddInModule::SaveNotes() { SaveTable(MemDataNotes, vars_.NotesPath, nullptr); }
+
+void TAddInModule::ClosePane(std::initializer_list<TdxMemData*> tables,
+                             std::initializer_list<SaveRoutine> saves) {
+    Swallow([&] {
+        for (TdxMemData* t : tables) {
+            t->Edit();
+            t->Post();
+        }
+        for (SaveRoutine save : saves) (this->*save)();
+    });
+}
+
+// ---------------------------------------------------------------------------------------------
+// Shared routines
+
+namespace {
+
+TAddInModule& LoadedModule() {
+    TAddInModule* m = Globals().AddInModule;
+    if (!m) throw EAccessViolation("Access violation: no add-in module is loaded");
+    return *m;
+}
+
+}  // namespace
+
+std::string GetDllPath() {
+    std::string result;
+    Guarded(
+        [&result] {
+            // The part of the file name up to its last separator, found as the first separator
+            // of the reversed name.
+            std::string name = LoadedModule().ModuleInfo().ModuleFileName();
+            std::string reversed(name.rbegin(), name.rend());
+            size_t found = reversed.find(platform::PathDelimiter());
+            size_t p = found == std::string::npos ? 0 : found + 1;  // one-based, 0 for none
+            result = name.substr(0, name.size() - p + 1);
+        },
+        [](const ExceptionInfo& E) { LogError("TAddInModule.GetDllPath: " + E.message); });
+    return result;
+}
+
+bool HasRecords(const TdxMemData& Table) { return !(Table.Bof() && Table.Eof()); }
+
+void CenterForm(TForm& Form) {
+    platform::TRect area = LoadedModule().Screen().WorkArea();
+    Form.SetTop((area.Height() - Form.Height()) / 2);
+    if (Form.Top() < 0) Form.SetTop(0);
+    Form.SetLeft((area.Width() - Form.Width()) / 2);
+    if (Form.Left() < 0) Form.SetLeft(0);
+}
+
+void ShowMessage(const std::string& text) { LoadedModule().Dialogs().ShowMessage(text); }

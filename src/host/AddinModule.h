@@ -1,0 +1,106 @@
+#pragma once
+// TAddInModule: the root of the add-in, one per Outlook process. It owns the eight tables, the
+// forms manager, the ribbon tab, the application events, the item watcher and the module-wide
+// variables (Globals()), fills those variables at start-up in one fixed order, loads the tables
+// from their files, and saves a table when its pane closes.
+#include <initializer_list>
+#include <memory>
+#include <string>
+
+#include "framework/AddInModule.h"
+#include "framework/OlFormsManager.h"
+#include "framework/OutlookAppEvents.h"
+#include "framework/RibbonTab.h"
+#include "host/Globals.h"
+#include "store/MemData.h"
+
+class TForm;
+class TItems;
+
+class TAddInModule : public TadxCOMAddInModule {
+public:
+    explicit TAddInModule(THostInfo host);
+    ~TAddInModule() override;
+
+    // The tables.
+    TdxMemData MemDataTasks{"MemDataTasks"};
+    TdxMemData MemDataTime{"MemDataTime"};
+    TdxMemData MemDataEmails{"MemDataEmails"};
+    TdxMemData MemDataContacts{"MemDataContacts"};
+    TdxMemData MemDataDistLists{"MemDataDistLists"};
+    TdxMemData MemDataAppointments{"MemDataAppointments"};
+    TdxMemData MemDataNotes{"MemDataNotes"};
+    TdxMemData MemDataAddTask{"MemDataAddTask"};
+
+    TadxOlFormsManager adxOlFormsManager1;
+    TadxRibbonTab adxRibbonTab1;
+    TadxOutlookAppEvents adxOutlookAppEvents1;
+
+    // Lifecycle.
+    void AddInInitialize() override;
+    void AddInStartupComplete() override;
+    void AddInBeginShutdown() override;
+    void AddInFinalize() override;
+
+    // Handlers.
+    void adxCOMAddInModuleError(const ExceptionInfo& E, bool& Handled);
+    void adxOlFormsManager1Error(const ExceptionInfo& E, bool& Handled);
+    void adxOutlookAppEvents1Quit();
+    void MemDataTasksBeforeDelete(TdxMemData& DataSet);
+    void MemDataTasksCompleteChange(TField& Sender);
+    void ItemsAdd(const std::shared_ptr<platform::IDispatch>& Item);
+
+    // Whether Outlook's fast shutdown is in force, so that the disconnect calls may not come.
+    bool IsFastShutdown();
+
+    // Loading, once at start-up.
+    void LoadTasks();
+    void CopyAllTasks();
+    void LoadTime();
+    void LoadEmails();
+    void LoadContacts();
+    void LoadDistLists();
+    void LoadAppointments();
+    void LoadNotes();
+
+    // Saving, when a pane closes.
+    void SaveTasks();
+    void SaveTime();
+    void SaveEmails();
+    void SaveContacts();
+    void SaveDistLists();
+    void SaveAppointments();
+    void SaveNotes();
+
+    // The close of a pane: Edit and Post on each of its tables (so that what a grid holds in
+    // edit is written), then each of its save routines, all under one silent guard.
+    using SaveRoutine = void (TAddInModule::*)();
+    void ClosePane(std::initializer_list<TdxMemData*> tables, std::initializer_list<SaveRoutine> saves);
+
+    TModuleGlobals& Vars() { return vars_; }
+
+private:
+    void LoadTable(TdxMemData& table, const std::string& path, const char* failureMessage);
+    void SaveTable(TdxMemData& table, const std::string& path, const char* failureMessage);
+
+    std::unique_ptr<TItems> mailItems_;
+    // Last, so that the forms go before the tables they show.
+    TModuleGlobals vars_;
+};
+
+// Shared routines.
+
+// The directory of the add-in file, with its trailing separator; empty when the file name
+// can't be had (the failure is logged).
+std::string GetDllPath();
+// False only when the table stands at both its start and its end: also when a filter hides all
+// of its rows.
+bool HasRecords(const TdxMemData& Table);
+// Centres a form on the desktop's work area, never above or left of its edge.
+void CenterForm(TForm& Form);
+// A message box with the system's text.
+void ShowMessage(const std::string& text);
+
+// Names of the add-in's registration.
+inline constexpr const char* AddInProgID = "Corvelle.Corvelle";
+inline constexpr const char* AddInRegistryKey = "\\Software\\Microsoft\\Office\\Outlook\\AddIns\\Corvelle.Corvelle";

@@ -1,0 +1,3 @@
+#include "support/ufmAbout.h"
+
+TfmAbout::TfmAbout() : TForm("fmAbout", "About Corvelle", 360, 240) {}

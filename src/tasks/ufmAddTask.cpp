@@ -1,0 +1,3 @@
+#include "tasks/ufmAddTask.h"
+
+TfmAddTask::TfmAddTask() : TForm("fmAddTask", "Find a Task", 420, 480) {}

@@ -1,0 +1,3 @@
+#include "tasks/ufmNewTask.h"
+
+TfmNewTask::TfmNewTask() : TForm("fmNewTask", "New Task", 345, 190) {}

@@ -1,0 +1,3 @@
+#include "time/ufmChooseTask.h"
+
+TfmChooseTask::TfmChooseTask() : TForm("fmChooseTask", "Choose a Task", 320, 400) {}

@@ -1,0 +1,3 @@
+#include "time/ufmTimer.h"
+
+TfmTimer::TfmTimer() : TForm("fmTimer", "Timer", 520, 80) {}

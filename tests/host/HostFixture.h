@@ -1,0 +1,109 @@
+#pragma once
+// A simulated machine in a fresh folder, with the add-in file in it and the day log in a
+// temporary folder of its own; modules are started against it as Outlook would start them.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "base/Clock.h"
+#include "base/DateTime.h"
+#include "host/AddinModule.h"
+#include "platform/Text.h"
+#include "sim/SimServices.h"
+#include "support/FileLogger.h"
+
+namespace fs = std::filesystem;
+
+class HostTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        TFileLog::Dispose();
+        if (const char* old = std::getenv("TMPDIR")) oldTmp_ = old;
+        root_ = MakeFolder();
+        dir_ = root_ / "addin";
+        logDir_ = root_ / "log";
+        fs::create_directories(dir_);
+        fs::create_directories(logDir_);
+        setenv("TMPDIR", logDir_.string().c_str(), 1);
+        SetClock(EncodeDate(2026, 3, 5) + EncodeTime(9, 30, 0, 0));
+        host_ = std::make_unique<sim::TSimHost>((dir_ / "Corvelle.dll").string());
+    }
+
+    void TearDown() override {
+        module_.reset();
+        TFileLog::Dispose();
+        ResetClock();
+        if (oldTmp_)
+            setenv("TMPDIR", oldTmp_->c_str(), 1);
+        else
+            unsetenv("TMPDIR");
+        std::error_code ec;
+        fs::remove_all(root_, ec);
+    }
+
+    static fs::path MakeFolder() {
+        std::string pattern = (fs::temp_directory_path() / "corvelle-host-XXXXXX").string();
+        if (!mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");
+        return pattern;
+    }
+
+    // A new module, as Outlook makes it at a start, replacing the one before.
+    TAddInModule& NewModule(int majorVersion = 16, bool allUsers = false) {
+        module_.reset();
+        module_ = std::make_unique<TAddInModule>(host_->HostInfo(majorVersion, allUsers));
+        return *module_;
+    }
+
+    // A new module through its two start-up calls.
+    TAddInModule& Start(int majorVersion = 16, bool allUsers = false) {
+        TAddInModule& m = NewModule(majorVersion, allUsers);
+        m.OnConnection();
+        m.OnStartupComplete();
+        return m;
+    }
+
+    void Stop() {
+        module_->OnBeginShutdown();
+        module_->OnDisconnection();
+        module_.reset();
+    }
+
+    std::vector<std::string> Shown() const { return host_->Dialogs->Texts(); }
+
+    // The day log as program text; empty when nothing was logged.
+    std::string Log() const {
+        fs::path p = TFileLog::FileNameFor(logDir_.string() + "/", Date());
+        std::ifstream in(p, std::ios::binary);
+        std::string bytes((std::istreambuf_iterator<char>(in)), {});
+        std::u16string units;
+        for (size_t i = 0; i + 1 < bytes.size(); i += 2)
+            units.push_back(static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) |
+                                                  static_cast<unsigned char>(bytes[i + 1]) << 8));
+        return platform::Utf16ToUtf8(units);
+    }
+
+    static void AddTask(TdxMemData& t, int parentId, const std::string& description) {
+        t.Append();
+        t.FieldByName("Parent_ID").SetAsInteger(parentId);
+        t.FieldByName("Description").SetAsString(description);
+        t.FieldByName("Date_Complete").SetAsDateTime(NoCompletionDate());
+        t.FieldByName("Complete").SetAsBoolean(false);
+        t.Post();
+    }
+
+    static std::string FileBytes(const fs::path& p) {
+        std::ifstream in(p, std::ios::binary);
+        return std::string((std::istreambuf_iterator<char>(in)), {});
+    }
+
+    fs::path root_, dir_, logDir_;
+    std::optional<std::string> oldTmp_;
+    std::unique_ptr<sim::TSimHost> host_;
+    std::unique_ptr<TAddInModule> module_;
+};
