@@ -30,7 +30,10 @@ bool TcxTreeListNode::Focused() const { return tree_->FocusedNode() == this; }
 
 // ---- the tree -----------------------------------------------------------------------------------
 
-TcxDBTreeList::TcxDBTreeList(std::string name) : name_(std::move(name)) {}
+TcxDBTreeList::TcxDBTreeList(std::string name) : TControl(nullptr, std::move(name)) {}
+
+TcxDBTreeList::TcxDBTreeList(TForm* owner, std::string name, TControl* parent)
+    : TControl(owner, std::move(name), parent) {}
 
 TcxDBTreeList::~TcxDBTreeList() {
     if (DataSet()) DataSet()->RemoveObserver(this);
@@ -181,8 +184,15 @@ void TcxDBTreeList::DataEvent(TdxMemData&, TDataEvent event, TField*) {
 
 void TcxDBTreeList::Rebuild() {
     TBookmark focusedBookmark = focused_ ? focused_->bookmark_ : 0;
-    focused_ = nullptr;  // the old nodes go now
-    storage_.clear();
+    focused_ = nullptr;
+    for (auto& [bookmark, node] : storage_) {  // every node is detached until placed again
+        node->parent_ = nullptr;
+        node->children_.clear();
+        node->level_ = 0;
+        node->index_ = 0;
+        node->absoluteIndex_ = -1;
+        node->row_ = -1;
+    }
     roots_.clear();
     all_.clear();
     rowToNode_.clear();
@@ -230,8 +240,11 @@ void TcxDBTreeList::Rebuild() {
                 sortRows(rows);
                 for (int row : rows) {
                     if (rowToNode_[static_cast<size_t>(row)]) continue;  // each row is one node at most
-                    storage_.push_back(std::make_unique<TcxTreeListNode>());
-                    TcxTreeListNode* n = storage_.back().get();
+                    auto& slot = storage_[t->RowBookmark(row)];
+                    if (!slot) slot = std::make_unique<TcxTreeListNode>();
+                    TcxTreeListNode* n = slot.get();
+                    n->values_.clear();
+                    n->texts_.clear();
                     n->tree_ = this;
                     n->parent_ = parent;
                     n->level_ = parent ? parent->level_ + 1 : 0;
@@ -278,4 +291,49 @@ void TcxDBTreeList::Rebuild() {
             focused_ = now;
         }
     }
+}
+
+// ---- the user's side ----------------------------------------------------------------------------
+
+Variant TcxDBTreeList::MainValue() const { return focused_ ? focused_->KeyValue() : Variant(); }
+
+void TcxDBTreeList::UserItem(int index) {
+    SetFocusedNode(HitTest(index));
+    DoClick();
+}
+
+bool TcxDBTreeList::UserClickNode(TcxTreeListNode* node) {
+    if (!Reachable()) return false;
+    return RunUserAction([&] {
+        if (!TakeUserFocus()) return false;
+        if (node) SetFocusedNode(node);
+        DoClick();
+        return true;
+    });
+}
+
+bool TcxDBTreeList::UserDblClickNode(TcxTreeListNode* node) {
+    if (!Reachable()) return false;
+    return RunUserAction([&] {
+        if (!TakeUserFocus()) return false;
+        if (node) SetFocusedNode(node);
+        DoClick();
+        if (OnDblClick) OnDblClick();
+        return true;
+    });
+}
+
+bool TcxDBTreeList::UserFocusNode(TcxTreeListNode* node) {
+    if (!Reachable()) return false;
+    return RunUserAction([&] {
+        if (!TakeUserFocus()) return false;
+        if (node) SetFocusedNode(node);
+        return true;
+    });
+}
+
+bool TcxDBTreeList::DragOver(int line) {
+    bool accept = false;
+    if (OnDragOver) OnDragOver(*this, line, accept);
+    return accept;
 }

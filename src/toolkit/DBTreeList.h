@@ -8,11 +8,13 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "base/Variant.h"
 #include "store/MemData.h"
 #include "toolkit/DataSource.h"
+#include "toolkit/Forms.h"
 
 class TcxDBTreeList;
 
@@ -86,14 +88,11 @@ struct TFontStyles {
     friend bool operator==(TFontStyles, TFontStyles) = default;
 };
 
-class TcxDBTreeList : public IDataObserver {
+class TcxDBTreeList : public TControl, public IDataObserver {
 public:
     explicit TcxDBTreeList(std::string name);
+    TcxDBTreeList(TForm* owner, std::string name, TControl* parent = nullptr);
     ~TcxDBTreeList() override;
-    TcxDBTreeList(const TcxDBTreeList&) = delete;
-    TcxDBTreeList& operator=(const TcxDBTreeList&) = delete;
-
-    const std::string& Name() const { return name_; }
 
     // Binding.
     void SetDataSource(TDataSource* source);
@@ -122,6 +121,19 @@ public:
     std::vector<TcxTreeListNode*> VisibleNodes() const;
     // The node shown on a line of the tree (0 = top line); nullptr for the empty space below.
     TcxTreeListNode* HitTest(int line) const;
+
+    // The user's click and double click on a node, or on the empty space (nullptr): the tree takes
+    // the focus, a node clicked is focused (the table's cursor moves), then the click events fire.
+    bool UserClickNode(TcxTreeListNode* node);
+    bool UserDblClickNode(TcxTreeListNode* node);
+    // The user focuses a node without clicking (the keyboard, a drag passing over it).
+    bool UserFocusNode(TcxTreeListNode* node);
+    // A drag passing over a line of the tree: OnDragOver decides whether a drop is accepted.
+    std::function<void(TcxDBTreeList& sender, int line, bool& accept)> OnDragOver;
+    bool DragOver(int line);
+
+    // The key of the focused node; null when none.
+    Variant MainValue() const override;
 
     // Focus.
     TcxTreeListNode* FocusedNode() const { return focused_; }
@@ -152,15 +164,21 @@ public:
 
     void DataEvent(TdxMemData& table, TDataEvent event, TField* field) override;
 
+protected:
+    // A click on line i of the tree (0 = top line) clicks the node shown there.
+    int UserItemCount() const override { return static_cast<int>(VisibleNodes().size()); }
+    void UserItem(int index) override;
+
 private:
     void SyncFocusToCursor();
     void SetFocused(TcxTreeListNode* node);
     TcxTreeListNode* NodeOfRow(int row) const;
 
-    std::string name_;
     TDataSource* source_ = nullptr;
     std::vector<std::unique_ptr<TcxDBTreeListColumn>> columns_;
-    std::vector<std::unique_ptr<TcxTreeListNode>> storage_;
+    // One node object per row, by the row's bookmark, kept across rebuilds: a node handed out
+    // stays valid for the tree's life. A node whose row is no longer shown is detached.
+    std::unordered_map<TBookmark, std::unique_ptr<TcxTreeListNode>> storage_;
     std::vector<TcxTreeListNode*> roots_;
     std::vector<TcxTreeListNode*> all_;  // absolute order
     TcxTreeListNode* focused_ = nullptr;

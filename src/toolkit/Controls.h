@@ -1,0 +1,7 @@
+#pragma once
+// Everything a form's unit needs of the toolkit: the form base, the controls, the menus.
+#include "toolkit/DBTreeList.h"
+#include "toolkit/ExtCtrls.h"
+#include "toolkit/Forms.h"
+#include "toolkit/Menus.h"
+#include "toolkit/StdCtrls.h"
