@@ -4,15 +4,20 @@
 // raises EIntfCastError when the object doesn't offer it.
 #include <cstdint>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "base/Exceptions.h"
+#include "base/Variant.h"
 
 namespace platform {
 
-// The root of every object-model interface.
+// The root of every object-model interface. An event sink is called through Invoke with the
+// dispatch ID of the event and its arguments; other objects ignore it.
 class IDispatch {
 public:
     virtual ~IDispatch() = default;
+    virtual void Invoke(int32_t dispId, const std::vector<Variant>& args) {}
 };
 
 [[noreturn]] void ThrowIntfCastError();
@@ -42,6 +47,13 @@ class IConnectionPoint : public IDispatch {
 public:
     virtual uint32_t Advise(const std::shared_ptr<IDispatch>& sink) = 0;
     virtual void Unadvise(uint32_t cookie) = 0;
+};
+
+// An object that raises events offers one connection point per event interface, found by the
+// interface's ID. An unknown ID raises EOleException.
+class IConnectionPointContainer : public IDispatch {
+public:
+    virtual std::shared_ptr<IConnectionPoint> FindConnectionPoint(const std::string& iid) = 0;
 };
 
 }  // namespace platform

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "base/DateTime.h"
 #include "platform/Dispatch.h"
 
 namespace outlook {
@@ -38,7 +39,32 @@ enum OlItemType : int {
     olDistributionListItem = 7,
 };
 
+// OlTaskStatus, OlImportance, OlWindowState.
+enum OlTaskStatus : int {
+    olTaskNotStarted = 0,
+    olTaskInProgress = 1,
+    olTaskComplete = 2,
+    olTaskWaiting = 3,
+    olTaskDeferred = 4,
+};
+enum OlImportance : int { olImportanceLow = 0, olImportanceNormal = 1, olImportanceHigh = 2 };
+enum OlWindowState : int { olMaximized = 0, olMinimized = 1, olNormalWindow = 2 };
+
+// The item events interface (ItemEvents) and the dispatch IDs of its events.
+inline constexpr const char* IID_ItemEvents = "{0006302B-0000-0000-C000-000000000046}";
+enum ItemEventDispId : int32_t {
+    DISPID_Read = 0xF001,
+    DISPID_Write = 0xF002,
+    DISPID_Open = 0xF003,
+    DISPID_Close = 0xF004,
+    DISPID_Send = 0xF005,
+    DISPID_Unload = 0xF007,
+    DISPID_PropertyChange = 0xF009,
+};
+
 class _Folders;
+class _Items;
+class _Inspector;
 class MAPIFolder;
 
 // A person known to Outlook; the current user is one.
@@ -58,6 +84,25 @@ public:
     // The folder above, or the name space for the root folder of a store.
     virtual std::shared_ptr<IDispatch> Parent() = 0;
     virtual std::shared_ptr<_Folders> Folders() = 0;
+    virtual std::shared_ptr<_Items> Items() = 0;
+};
+
+// The items of a folder.
+class _Items : public IDispatch {
+public:
+    virtual int Count() = 0;
+    // One-based position.
+    virtual std::shared_ptr<IDispatch> Item(int index) = 0;
+    // A new, unsaved item of the message class given ("IPM.Task", ...).
+    virtual std::shared_ptr<IDispatch> Add(const std::string& messageClass) = 0;
+};
+
+// The window in which an item is shown.
+class _Inspector : public IDispatch {
+public:
+    virtual int WindowState() = 0;  // an OlWindowState
+    virtual void SetWindowState(int value) = 0;
+    virtual std::shared_ptr<IDispatch> CurrentItem() = 0;
 };
 
 // The subfolders of a folder.
@@ -78,10 +123,43 @@ class _NameSpace : public IDispatch {
 public:
     virtual std::shared_ptr<Recipient> CurrentUser() = 0;
     virtual std::shared_ptr<MAPIFolder> GetDefaultFolder(int folderType) = 0;
+    // The item of that EntryID in that store; raises when the EntryID is empty or names no item.
+    virtual std::shared_ptr<IDispatch> GetItemFromID(const std::string& entryID,
+                                                     const std::string& storeID) = 0;
 };
 
-// An Outlook task item; its members arrive with the task mirror.
-class _TaskItem : public IDispatch {};
+// An Outlook task item. A date that is not set reads as 1 January 4501.
+class _TaskItem : public IDispatch {
+public:
+    virtual std::string EntryID() = 0;  // empty until the item is saved
+    virtual std::string MessageClass() = 0;
+    virtual std::string Subject() = 0;
+    virtual void SetSubject(const std::string& value) = 0;
+    virtual std::string Body() = 0;
+    virtual void SetBody(const std::string& value) = 0;
+    virtual std::string Owner() = 0;
+    virtual int Status() = 0;  // an OlTaskStatus
+    virtual void SetStatus(int value) = 0;
+    virtual TDateTime DueDate() = 0;
+    virtual void SetDueDate(TDateTime value) = 0;
+    virtual TDateTime StartDate() = 0;
+    virtual void SetStartDate(TDateTime value) = 0;
+    virtual TDateTime DateCompleted() = 0;
+    virtual void SetDateCompleted(TDateTime value) = 0;
+    virtual int Importance() = 0;  // an OlImportance
+    virtual void SetImportance(int value) = 0;
+    virtual int PercentComplete() = 0;
+    virtual void SetPercentComplete(int value) = 0;
+    virtual int Sensitivity() = 0;
+    virtual void SetSensitivity(int value) = 0;
+    virtual bool Complete() = 0;
+    virtual void SetComplete(bool value) = 0;
+    virtual void Save() = 0;
+    virtual std::shared_ptr<_Inspector> GetInspector() = 0;
+    virtual void Display(bool modal) = 0;
+    // Moves the item to another folder; gives the moved item.
+    virtual std::shared_ptr<IDispatch> Move(const std::shared_ptr<MAPIFolder>& destination) = 0;
+};
 
 // The Outlook application.
 class _Application : public IDispatch {

@@ -1,9 +1,13 @@
 #include "sim/SimOutlook.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <map>
+
+#include <nlohmann/json.hpp>
+
+#include "sim/SimItem.h"
+#include "sim/SimStore.h"
 
 namespace sim {
 
@@ -37,22 +41,11 @@ void TSimFailures::Check(std::string_view member) {
 
 namespace detail {
 
-struct SimStore {
-    std::shared_ptr<TSimFailures> failures;
-    std::string storeId;
-    std::string userName = "Alex Morgan";
-    std::string userAddress = "alex.morgan@example.com";
-    std::shared_ptr<TSimFolder> root;
-    std::map<int, std::shared_ptr<TSimFolder>> defaults;
-    std::vector<std::string> journal;
-    unsigned nextEntry = 1;
-
-    std::string NewEntryID() {
-        char buf[32];
-        std::snprintf(buf, sizeof buf, "%08X", nextEntry++);
-        return "00000000C0E1A5B1D2F3400089AB0000" + std::string(buf);
-    }
-};
+std::string SimStore::NewEntryID() {
+    char buf[32];
+    std::snprintf(buf, sizeof buf, "%08X", nextEntry++);
+    return "00000000C0E1A5B1D2F3400089AB0000" + std::string(buf);
+}
 
 }  // namespace detail
 
@@ -60,13 +53,8 @@ namespace {
 
 constexpr const char* kStoreID = "0000000038A1BB1005E5101AA1BB08002B2A56C20000434F5256454C4C4500";
 
-bool SameText(std::string_view a, std::string_view b) {
-    return a.size() == b.size() &&
-           std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return std::tolower(static_cast<unsigned char>(x)) ==
-                      std::tolower(static_cast<unsigned char>(y));
-           });
-}
+using detail::Alive;
+using detail::SameText;
 
 // The kind of items a folder made by Folders.Add holds; -1 for a kind that can't be made.
 int ItemTypeOfFolderKind(int folderType) {
@@ -80,12 +68,6 @@ int ItemTypeOfFolderKind(int folderType) {
         case outlook::olFolderNotes: return outlook::olNoteItem;
         default: return -1;
     }
-}
-
-std::shared_ptr<detail::SimStore> Alive(const std::weak_ptr<detail::SimStore>& store) {
-    auto s = store.lock();
-    if (!s) throw EOleException("The RPC server is unavailable.");
-    return s;
 }
 
 class TSimRecipient : public outlook::Recipient {
@@ -121,6 +103,20 @@ public:
         if (it == s->defaults.end())
             throw EOleException("The attempted operation failed.  An object could not be found.");
         return it->second;
+    }
+    std::shared_ptr<outlook::IDispatch> GetItemFromID(const std::string& entryID,
+                                                      const std::string& storeID) override {
+        auto s = Alive(store_);
+        s->failures->CheckOle("NameSpace.GetItemFromID");
+        // No store named means the default store, which is the only one.
+        if (!storeID.empty() && !SameText(storeID, s->storeId))
+            throw EOleException("The operation failed. The message store could not be found.");
+        if (entryID.empty())
+            throw EOleException("Could not complete the operation. One or more parameter values are not valid.");
+        auto it = s->items.find(entryID);
+        if (it == s->items.end())
+            throw EOleException("The operation failed.  An object could not be found.");
+        return it->second->Dispatch();
     }
 
 private:
@@ -301,6 +297,31 @@ std::shared_ptr<TSimFolder> TSimOutlook::FindFolder(std::string_view path) const
         path = slash == std::string_view::npos ? std::string_view() : path.substr(slash + 1);
     }
     return f;
+}
+
+std::shared_ptr<TSimItem> TSimOutlook::FindItem(std::string_view entryID) const {
+    auto it = store_->items.find(std::string(entryID));
+    return it == store_->items.end() ? nullptr : it->second;
+}
+
+std::vector<std::shared_ptr<TSimItem>> TSimOutlook::OpenItems() const { return store_->open; }
+
+std::shared_ptr<TSimItem> TSimOutlook::ActiveItem() const {
+    return store_->open.empty() ? nullptr : store_->open.back();
+}
+
+nlohmann::json TSimOutlook::ItemJson(std::string_view entryID) const {
+    auto item = FindItem(entryID);
+    if (!item) throw ESimError("No item has the EntryID " + std::string(entryID) + ".");
+    return item->ToJson();
+}
+
+nlohmann::json TSimOutlook::FolderItemsJson(std::string_view path) const {
+    auto folder = FindFolder(path);
+    if (!folder) throw ESimError("No folder " + std::string(path) + " in the mailbox.");
+    nlohmann::json out = nlohmann::json::array();
+    for (const auto& item : folder->ItemList()) out.push_back(item->ToJson());
+    return out;
 }
 
 const std::vector<std::string>& TSimOutlook::Journal() const { return store_->journal; }

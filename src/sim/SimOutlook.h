@@ -1,13 +1,15 @@
 #pragma once
 // The simulated Outlook: one store with the mailbox root and the default folders, subfolders by
-// name, deterministic entry IDs, a current user, and named failures. The mailbox lives in
-// TSimOutlook; the application object and every folder handed out refer to it, so the same
-// mailbox can serve one add-in module after another, as Outlook does across restarts of the
-// add-in.
+// name, the items of each folder (sim/SimItem.h), deterministic entry IDs, a current user,
+// inspectors, and named failures. The mailbox lives in TSimOutlook; the application object and
+// every folder and item handed out refer to it, so the same mailbox can serve one add-in module
+// after another, as Outlook does across restarts of the add-in.
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include <nlohmann/json_fwd.hpp>
 
 #include "base/Exceptions.h"
 #include "platform/Outlook.h"
@@ -19,10 +21,16 @@ CORVELLE_EXCEPTION(ESimError, Exception)
 
 // Named failures. FailNext("Folders.Add") makes the next call of that member raise; each
 // simulated member checks its name on entry. Names are "<object>.<member>": Application.GetNamespace,
-// NameSpace.CurrentUser, NameSpace.GetDefaultFolder, Recipient.Name, Recipient.Address,
-// MAPIFolder.Name, MAPIFolder.EntryID, MAPIFolder.StoreID, MAPIFolder.DefaultItemType,
-// MAPIFolder.Parent, MAPIFolder.Folders, Folders.Count, Folders.Item, Folders.Add, and for the
-// services Dialogs.ShowMessage, Dialogs.AskYesNo, Dialogs.AskYesNoCancel, Registry.ReadDword,
+// NameSpace.CurrentUser, NameSpace.GetDefaultFolder, NameSpace.GetItemFromID, Recipient.Name,
+// Recipient.Address, MAPIFolder.Name, MAPIFolder.EntryID, MAPIFolder.StoreID,
+// MAPIFolder.DefaultItemType, MAPIFolder.Parent, MAPIFolder.Folders, MAPIFolder.Items,
+// Folders.Count, Folders.Item, Folders.Add, Items.Count, Items.Item, Items.Add,
+// Inspector.WindowState (read and write), Inspector.CurrentItem, ConnectionPoint.Advise,
+// ConnectionPoint.Unadvise; an item's members carry its kind's name: TaskItem.EntryID,
+// TaskItem.MessageClass, TaskItem.FindConnectionPoint, TaskItem.Save, TaskItem.GetInspector,
+// TaskItem.Display, TaskItem.Move, and one name per property for its read and its write
+// (TaskItem.Subject, TaskItem.Status, TaskItem.DueDate, ...). For the services:
+// Dialogs.ShowMessage, Dialogs.AskYesNo, Dialogs.AskYesNoCancel, Registry.ReadDword,
 // Screen.WorkArea, Screen.CursorPos, Help.ShowContext, ModuleInfo.ModuleFileName.
 class TSimFailures {
 public:
@@ -49,6 +57,8 @@ namespace detail {
 struct SimStore;
 }
 
+class TSimItem;
+
 class TSimFolder : public outlook::MAPIFolder, public std::enable_shared_from_this<TSimFolder> {
 public:
     TSimFolder(std::weak_ptr<detail::SimStore> store, std::weak_ptr<TSimFolder> parent,
@@ -61,6 +71,7 @@ public:
     int DefaultItemType() override;
     std::shared_ptr<outlook::IDispatch> Parent() override;
     std::shared_ptr<outlook::_Folders> Folders() override;
+    std::shared_ptr<outlook::_Items> Items() override;
 
     // The simulation's own view, for tests and scripts; no failures are checked here.
     const std::string& FolderName() const { return name_; }
@@ -72,9 +83,13 @@ public:
     std::shared_ptr<TSimFolder> Find(std::string_view name) const;
     // The names from the root down, joined by "/" ("Mailbox/Inbox").
     std::string Path() const;
+    // The saved items of the folder, in the order they came in.
+    const std::vector<std::shared_ptr<TSimItem>>& ItemList() const { return items_; }
 
 private:
     friend class TSimFolders;
+    friend class TSimItems;
+    friend class TSimItem;
     friend class TSimOutlook;
     std::shared_ptr<detail::SimStore> Store() const;  // raises when the mailbox is gone
 
@@ -84,6 +99,7 @@ private:
     std::string entryId_;
     int defaultItemType_;
     std::vector<std::shared_ptr<TSimFolder>> children_;
+    std::vector<std::shared_ptr<TSimItem>> items_;
 };
 
 class TSimOutlook {
@@ -111,8 +127,20 @@ public:
     // A folder by its path below the root ("CorvelleEmail", "Inbox/Clients"); nullptr when absent.
     std::shared_ptr<TSimFolder> FindFolder(std::string_view path) const;
 
+    // A saved item by its EntryID; nullptr when there is none (never saved, or deleted for good).
+    std::shared_ptr<TSimItem> FindItem(std::string_view entryID) const;
+    // The items shown in open inspectors, the active one last.
+    std::vector<std::shared_ptr<TSimItem>> OpenItems() const;
+    // The item of the active inspector; nullptr when no inspector is open.
+    std::shared_ptr<TSimItem> ActiveItem() const;
+    // One item as a property map (TSimItem::ToJson); raises ESimError when there is none.
+    nlohmann::json ItemJson(std::string_view entryID) const;
+    // The items of the folder at that path below the root, each as a property map; raises
+    // ESimError for a folder that doesn't exist.
+    nlohmann::json FolderItemsJson(std::string_view path) const;
+
     // What has changed in the mailbox, one line per change ("added folder Mailbox/CorvelleEmail
-    // (type 6)").
+    // (type 6)"), with what the user did in inspectors.
     const std::vector<std::string>& Journal() const;
     void ClearJournal();
 

@@ -20,7 +20,8 @@ TEST_F(HostTest, ShutdownReleasesOutlookAndFreesAllFormsButTheChooser) {
     TModuleGlobals& g = Globals();
     TItems* watcher = g.MailItems;
     watcher->ConnectTo(host_->Outlook.DefaultFolder(outlook::olFolderSentMail));
-    g.TaskItem = std::make_shared<outlook::_TaskItem>();
+    g.TaskItem = platform::QueryInterface<outlook::_TaskItem>(
+        host_->Outlook.DefaultFolder(outlook::olFolderTasks)->Items()->Add("IPM.Task"));
     g.TaskOpen = true;
 
     m.OnBeginShutdown();
