@@ -1,5 +1,7 @@
 #include "host/AddinModule.h"
 
+#include "tasks/uTasks.h"
+
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
@@ -11,7 +13,13 @@
 #include "support/FileLogger.h"
 #include "support/ufmAbout.h"
 #include "support/ufmOptions.h"
+#include "filing/ufmAppointments.h"
+#include "filing/ufmContacts.h"
+#include "filing/ufmEmails.h"
+#include "filing/ufmNotes.h"
 #include "tasks/ufmAddTask.h"
+#include "tasks/ufmList.h"
+#include "time/ufmTime.h"
 #include "tasks/ufmNewTask.h"
 #include "time/ufmChooseTask.h"
 #include "time/ufmTimeMemo.h"
@@ -49,9 +57,37 @@ TAddInModule::TAddInModule(THostInfo host)
         adxOlFormsManager1Error(E, Handled);
     };
     adxOutlookAppEvents1.OnQuit = [this] { adxOutlookAppEvents1Quit(); };
+    DefinePanes();
 }
 
-TAddInModule::~TAddInModule() = default;
+// The six panes, in the order by which they reach each other.
+void TAddInModule::DefinePanes() {
+    using R = TadxOlExplorerRegion;
+    auto add = [this](const char* className, TadxOlExplorerLayout layout, std::set<R> regions,
+                      std::function<std::unique_ptr<TadxOlForm>()> make) -> TadxOlFormsManagerItem& {
+        TadxOlFormsManagerItem& item = adxOlFormsManager1.AddItem();
+        item.FormClassName = className;
+        item.ExplorerLayout = layout;
+        item.ExplorerAllowedDropRegions = std::move(regions);
+        item.CreateForm = std::move(make);
+        return item;
+    };
+    TadxOlFormsManagerItem& list = add("TfmList", TadxOlExplorerLayout::elReadingPane,
+                                       {R::erBottomNavigationPane, R::erReadingPane, R::erFolderView},
+                                       [] { return std::make_unique<TfmList>(); });
+    list.IsHiddenStateAllowed = false;
+    list.IsMinimizedStateAllowed = false;
+    list.IsDragDropAllowed = true;
+    add("TfmTime", TadxOlExplorerLayout::elFolderView, {R::erReadingPane}, [] { return std::make_unique<TfmTime>(); });
+    add("TfmEmails", TadxOlExplorerLayout::elFolderView, {}, [] { return std::make_unique<TfmEmails>(); });
+    add("TfmNotes", TadxOlExplorerLayout::elFolderView, {}, [] { return std::make_unique<TfmNotes>(); });
+    add("TfmContacts", TadxOlExplorerLayout::elFolderView, {}, [] { return std::make_unique<TfmContacts>(); });
+    add("TfmAppointments", TadxOlExplorerLayout::elFolderView, {},
+        [] { return std::make_unique<TfmAppointments>(); });
+}
+
+// The panes go before the tables they show.
+TAddInModule::~TAddInModule() { adxOlFormsManager1.FreeForms(); }
 
 // ---------------------------------------------------------------------------------------------
 // Lifecycle
@@ -229,13 +265,9 @@ bool TAddInModule::IsFastShutdown() {
     return result;
 }
 
-void TAddInModule::MemDataTasksBeforeDelete(TdxMemData&) {
-    // The Outlook twin of a deleted task goes with the task operations.
-}
+void TAddInModule::MemDataTasksBeforeDelete(TdxMemData& DataSet) { ::MemDataTasksBeforeDelete(DataSet); }
 
-void TAddInModule::MemDataTasksCompleteChange(TField&) {
-    // The completion rules join with the task operations.
-}
+void TAddInModule::MemDataTasksCompleteChange(TField& Sender) { ::MemDataTasksCompleteChange(Sender); }
 
 void TAddInModule::ItemsAdd(const std::shared_ptr<platform::IDispatch>&) {
     // Filing of the awaited item joins with the filing engine.
@@ -336,13 +368,14 @@ void TAddInModule::SaveNotes() { SaveTable(MemDataNotes, vars_.NotesPath, nullpt
 
 void TAddInModule::ClosePane(std::initializer_list<TdxMemData*> tables,
                              std::initializer_list<SaveRoutine> saves) {
+    // What a grid holds in edit is posted first; the save routines guard themselves.
     Swallow([&] {
         for (TdxMemData* t : tables) {
             t->Edit();
             t->Post();
         }
-        for (SaveRoutine save : saves) (this->*save)();
     });
+    for (SaveRoutine save : saves) Swallow([&] { (this->*save)(); });
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -385,3 +418,12 @@ void CenterForm(TForm& Form) {
 }
 
 void ShowMessage(const std::string& text) { LoadedModule().Dialogs().ShowMessage(text); }
+
+bool ConfirmYesNo(const std::string& text) {
+    return LoadedModule().Dialogs().AskYesNo(text, platform::DialogIcon::Confirmation) ==
+           platform::DialogAnswer::Yes;
+}
+
+platform::DialogAnswer AskYesNoCancel(const std::string& text) {
+    return LoadedModule().Dialogs().AskYesNoCancel(text, platform::DialogIcon::Confirmation);
+}

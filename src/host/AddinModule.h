@@ -13,6 +13,7 @@
 #include "framework/RibbonTab.h"
 #include "host/Globals.h"
 #include "store/MemData.h"
+#include "toolkit/DataSource.h"
 
 class TForm;
 class TItems;
@@ -31,6 +32,16 @@ public:
     TdxMemData MemDataAppointments{"MemDataAppointments"};
     TdxMemData MemDataNotes{"MemDataNotes"};
     TdxMemData MemDataAddTask{"MemDataAddTask"};
+
+    // One data source per table, for the trees and grids bound to it.
+    TDataSource dsMemDataTasks{"dsMemDataTasks", &MemDataTasks};
+    TDataSource dsMemDataTime{"dsMemDataTime", &MemDataTime};
+    TDataSource dsMemDataEmails{"dsMemDataEmails", &MemDataEmails};
+    TDataSource dsMemDataContacts{"dsMemDataContacts", &MemDataContacts};
+    TDataSource dsMemDataDistLists{"dsMemDataDistLists", &MemDataDistLists};
+    TDataSource dsMemDataAppointments{"dsMemDataAppointments", &MemDataAppointments};
+    TDataSource dsMemDataNotes{"dsMemDataNotes", &MemDataNotes};
+    TDataSource dsMemDataAddTask{"dsMemDataAddTask", &MemDataAddTask};
 
     TadxOlFormsManager adxOlFormsManager1;
     TadxRibbonTab adxRibbonTab1;
@@ -73,13 +84,14 @@ public:
     void SaveNotes();
 
     // The close of a pane: Edit and Post on each of its tables (so that what a grid holds in
-    // edit is written), then each of its save routines, all under one silent guard.
+    // edit is written) under one silent guard, then each of its save routines.
     using SaveRoutine = void (TAddInModule::*)();
     void ClosePane(std::initializer_list<TdxMemData*> tables, std::initializer_list<SaveRoutine> saves);
 
     TModuleGlobals& Vars() { return vars_; }
 
 private:
+    void DefinePanes();
     void LoadTable(TdxMemData& table, const std::string& path, const char* failureMessage);
     void SaveTable(TdxMemData& table, const std::string& path, const char* failureMessage);
 
@@ -100,6 +112,10 @@ bool HasRecords(const TdxMemData& Table);
 void CenterForm(TForm& Form);
 // A message box with the system's text.
 void ShowMessage(const std::string& text);
+// A question with the buttons Yes and No; true for Yes.
+bool ConfirmYesNo(const std::string& text);
+// A question with the buttons Yes, No and Cancel.
+platform::DialogAnswer AskYesNoCancel(const std::string& text);
 
 // Names of the add-in's registration.
 inline constexpr const char* AddInProgID = "Corvelle.Corvelle";

@@ -1,9 +1,11 @@
 #pragma once
 // The module-wide variables: every shared object of the add-in, owned by the one add-in module
 // and reached through Globals(). A new module starts with all of them clear.
+#include <cstdint>
 #include <memory>
 #include <string>
 
+#include "base/DateTime.h"
 #include "platform/Dispatch.h"
 #include "platform/Outlook.h"
 
@@ -12,6 +14,7 @@ class TAddInModule;
 class TItems;
 class TEventSink;
 class TcxTreeListNode;
+class TcxDBTreeList;
 class TfmNewTask;
 class TfmTimeMemo;
 class TfmChooseTask;
@@ -20,6 +23,11 @@ class TfmOptions;
 class TfmAddTask;
 class TfmAbout;
 class TfmList;
+class TfmTime;
+class TfmEmails;
+class TfmNotes;
+class TfmContacts;
+class TfmAppointments;
 
 struct TModuleGlobals {
     TModuleGlobals();
@@ -66,6 +74,12 @@ struct TModuleGlobals {
     std::unique_ptr<TfmAddTask> fmAddTask;
     std::unique_ptr<TfmAbout> fmAbout;
     TfmList* fmList = nullptr;
+    // The other panes, each stored at its activation.
+    TfmTime* fmTime = nullptr;
+    TfmEmails* fmEmails = nullptr;
+    TfmNotes* fmNotes = nullptr;
+    TfmContacts* fmContacts = nullptr;
+    TfmAppointments* fmAppointments = nullptr;
 
     // The table files.
     std::string TasksPath;
@@ -82,16 +96,33 @@ struct TModuleGlobals {
 
     // The current task: the focused node of the task tree and its details.
     int CurrentTaskID = 0;
+    TcxDBTreeList* TaskTree = nullptr;
     TcxTreeListNode* FocusedNode = nullptr;
+    int FocusedNodeIndex = 0;
+    int TaskParentID = 0;
     std::string TaskDescription;
+    TDateTime TaskCreateDate = 0;
+    TDateTime TaskDueDate = 0;
+    TDateTime TaskStartDate = 0;
+    TDateTime TaskDateComplete = 0;
+    int TaskNumber = 0;
+    int TaskImportance = 0;
     int TaskStatus = 0;
+    int TaskPercent = 0;
+    std::string TaskOwner;
+    bool TaskComplete = false;
+    int TaskLevel = 0;
     std::string TaskFullDescription;
     std::string TaskFullNumber;
+    // The ID that NameExists found last.
+    int FoundTaskID = 0;
 
     // The Outlook task open in an inspector, its event connection and sink.
     std::shared_ptr<outlook::_TaskItem> TaskItem;
     std::shared_ptr<platform::IConnectionPoint> TaskConnection;
     std::shared_ptr<TEventSink> TaskSink;
+    // What Advise gave back when TaskSink was connected to TaskConnection.
+    uint32_t TaskCookie = 0;
     bool TaskOpen = false;
     bool TaskChanged = false;
     bool CompleteChanged = false;

@@ -1,3 +1,12 @@
 #include "time/ufmTimer.h"
 
-TfmTimer::TfmTimer() : TForm("fmTimer", "Timer", 520, 80) {}
+#include "host/Globals.h"
+#include "tasks/ufmNewTask.h"
+
+TfmTimer::TfmTimer() : TForm("fmTimer", "Timer", 520, 80) { AfterConstruction(); }
+
+void TfmTimer::ShowNewTaskForm(const std::string& Caption) {
+    TfmNewTask& form = *Globals().fmNewTask;
+    form.SetCaption(Caption);
+    form.ShowModal();
+}

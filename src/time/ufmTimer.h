@@ -1,8 +1,14 @@
 #pragma once
-// TfmTimer: the stay-on-top strip that runs a stopwatch against one task.
+// TfmTimer: the stopwatch window. It also carries ShowNewTaskForm, through which the task pane
+// opens the new-task dialog.
+#include <string>
+
 #include "toolkit/Forms.h"
 
 class TfmTimer : public TForm {
 public:
     TfmTimer();
+
+    // Sets the new-task dialog's caption, which selects its mode, and shows it modally.
+    void ShowNewTaskForm(const std::string& Caption);
 };

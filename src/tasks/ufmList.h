@@ -1,0 +1,73 @@
+#pragma once
+// TfmList: the task pane. It shows the task tree, whose focused node fixes the current task for
+// the whole system, the focused task's full name and number, and the toolbar and popup menu from
+// which most commands start.
+#include "framework/OlForm.h"
+#include "toolkit/Controls.h"
+#include "toolkit/DBTreeList.h"
+
+class TfmList : public TadxOlForm {
+public:
+    TfmList();
+    ~TfmList() override;
+
+    TcxDBTreeList cxDBTreeList1{this, "cxDBTreeList1"};
+    TcxDBTreeListColumn& cl1Description;
+    TcxDBTreeListColumn& cl1Importance;
+    TcxDBTreeListColumn& cl1DueDate;
+    TcxDBTreeListColumn& cl1ID;
+    TcxDBTreeListColumn& cl1Complete;
+    TcxDBTreeListColumn& cl1Number;
+    TcxDBTreeListColumn& cl1Status;
+    TcxDBTreeListColumn& cl1EntryID;
+    TcxDBTreeListColumn& cl1StartDate;
+    TcxDBTreeListColumn& cl1PercentComplete;
+    TcxDBTreeListColumn& cl1DummyImportance;
+
+    TPanel re{this, "re"};
+    TButtonGroup ButtonGroup1{this, "ButtonGroup1", &re};
+    TLabel Label3{this, "Label3", &re};
+    TLabel Label4{this, "Label4", &re};
+    TPopupMenu PopupMenu1{this, "PopupMenu1"};
+
+    // The seven columns kept for the task report.
+    struct TReportColumns {
+        TcxDBTreeListColumn* Description = nullptr;
+        TcxDBTreeListColumn* StartDate = nullptr;
+        TcxDBTreeListColumn* DueDate = nullptr;
+        TcxDBTreeListColumn* Importance = nullptr;
+        TcxDBTreeListColumn* DummyImportance = nullptr;
+        TcxDBTreeListColumn* Status = nullptr;
+        TcxDBTreeListColumn* PercentComplete = nullptr;
+    } ReportColumns;
+
+    // Commands.
+    void NewRootTask1Click();
+    void NewTask1Click();
+    void SpeedButton1Click();
+    void SpeedButton2Click();
+    void Displaytask1Click();
+    void cxDBTreeList1DblClick();
+    void Deletetask2Click();
+    void Deletetaskchildren1Click();
+    void Expand1Click();
+    void Collapse1Click();
+    void Expandthistask1Click();
+
+    // The tree's events.
+    void cxDBTreeList1FocusedNodeChanged(TcxDBTreeList& Sender, TcxTreeListNode* PrevFocusedNode,
+                                        TcxTreeListNode* FocusedNode);
+    int cxDBTreeList1GetNodeImageIndex(TcxDBTreeList& Sender, TcxTreeListNode* Node, int Index);
+    void cxDBTreeList1CustomDrawDataCell(TcxDBTreeList& Sender, TcxTreeListNode* Node,
+                                         TcxDBTreeListColumn& Column, TFontStyles& Style);
+    void cxDBTreeList1DragOver(TcxDBTreeList& Sender, int Line, bool& Accept);
+
+    // Copies the focused row into the module-wide task details. The argument is not used.
+    void GetListTaskDetails(int ID);
+
+    // The pane's events.
+    void adxOlFormCreate();
+    void adxOlFormShow();
+    void adxOlFormActivate();
+    void adxOlFormClose(TCloseAction& Action);
+};
