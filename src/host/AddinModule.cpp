@@ -24,6 +24,7 @@
 #include "time/ufmChooseTask.h"
 #include "time/ufmTimeMemo.h"
 #include "time/ufmTimer.h"
+#include "toolkit/DBTreeList.h"
 #include "toolkit/Forms.h"
 #include "toolkit/UnitsLoader.h"
 
@@ -51,6 +52,7 @@ TAddInModule::TAddInModule(THostInfo host)
 
     adxRibbonTab1.Caption = "Corvelle";
     adxRibbonTab1.Id = "adxRibbonTab1";
+    DefineRibbon();
 
     OnError = [this](const ExceptionInfo& E, bool& Handled) { adxCOMAddInModuleError(E, Handled); };
     adxOlFormsManager1.OnError = [this](const ExceptionInfo& E, bool& Handled) {
@@ -59,6 +61,51 @@ TAddInModule::TAddInModule(THostInfo host)
     adxOutlookAppEvents1.OnQuit = [this] { adxOutlookAppEvents1Quit(); };
     DefinePanes();
 }
+
+// The ribbon tab's six groups in order; the first and the third stay hidden on purpose.
+void TAddInModule::DefineRibbon() {
+    auto handler = [this](void (TAddInModule::*h)()) {
+        return [this, h] {
+            try {
+                (this->*h)();
+            } catch (...) {
+                HandleError(std::current_exception());
+            }
+        };
+    };
+    adxRibbonTab1.AddGroup("CorvelleGroup1", "", false)
+        .AddButton("CorvelleOptions", "Options...", handler(&TAddInModule::adxRibbonTab1Controls0Controls0Click));
+    adxRibbonTab1.AddGroup("CorvelleGroup2", "", true)
+        .AddButton("CorvelleFindTask", "Find a task", handler(&TAddInModule::adxRibbonTab1Controls2Controls0Click));
+    TadxRibbonGroup& reports = adxRibbonTab1.AddGroup("CorvelleGroup3", "Reports", false);
+    reports.AddButton("CorvelleTaskReport", "Tasks", handler(&TAddInModule::adxRibbonTab1Controls4Controls0Click));
+    reports.AddButton("CorvelleTimeReport", "Time", handler(&TAddInModule::adxRibbonTab1Controls4Controls1Click));
+    adxRibbonTab1.AddGroup("CorvelleGroup4", "", true)
+        .AddButton("CorvelleTimer", "Timer", handler(&TAddInModule::adxRibbonTab1Controls3Controls0Click))
+        .ScreenTip = "Open the timer";
+    adxRibbonTab1.AddGroup("CorvelleGroup5", "", true)
+        .AddButton("CorvelleHelp", "Help", handler(&TAddInModule::adxRibbonTab1Controls6Controls0Click));
+    adxRibbonTab1.AddGroup("CorvelleGroup6", "", true)
+        .AddButton("CorvelleAbout", "About", handler(&TAddInModule::adxRibbonTab1Controls5Controls0Click));
+}
+
+void TAddInModule::adxRibbonTab1Controls0Controls0Click() {}
+void TAddInModule::adxRibbonTab1Controls4Controls0Click() {}
+void TAddInModule::adxRibbonTab1Controls4Controls1Click() {}
+
+void TAddInModule::adxRibbonTab1Controls2Controls0Click() {
+    if (HasRecords(MemDataTasks)) vars_.fmAddTask->ShowModal();
+    else ShowMessage("You have no tasks.");
+}
+
+void TAddInModule::adxRibbonTab1Controls3Controls0Click() {
+    if (HasRecords(MemDataTasks)) vars_.fmTimer->Show();
+    else ShowMessage("You have no tasks to time.");
+}
+
+void TAddInModule::adxRibbonTab1Controls6Controls0Click() { HelpContext(10); }
+
+void TAddInModule::adxRibbonTab1Controls5Controls0Click() { vars_.fmAbout->ShowModal(); }
 
 // The six panes, in the order by which they reach each other.
 void TAddInModule::DefinePanes() {
@@ -419,11 +466,21 @@ void CenterForm(TForm& Form) {
 
 void ShowMessage(const std::string& text) { LoadedModule().Dialogs().ShowMessage(text); }
 
+int GetNodeIDAtLevel(TcxTreeListNode* Node, int Level) {
+    if (!Node) throw EAccessViolation("Access violation: no node");
+    if (Node->Level() == Level) return Node->KeyValue().AsInteger();
+    if (Node->Level() < Level) return -1;
+    // The walk has no effect on the result: the key is that of the node the call started from.
+    TcxTreeListNode* walk = Node;
+    while (walk && walk->Level() > Level) walk = walk->Parent();
+    return Node->KeyValue().AsInteger();
+}
+
 bool ConfirmYesNo(const std::string& text) {
     return LoadedModule().Dialogs().AskYesNo(text, platform::DialogIcon::Confirmation) ==
            platform::DialogAnswer::Yes;
 }
 
 platform::DialogAnswer AskYesNoCancel(const std::string& text) {
-    return LoadedModule().Dialogs().AskYesNoCancel(text, platform::DialogIcon::Confirmation);
+    return LoadedModule().Dialogs().AskYesNoCancel(text, platform::DialogIcon::None);
 }

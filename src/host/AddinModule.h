@@ -16,6 +16,7 @@
 #include "toolkit/DataSource.h"
 
 class TForm;
+class TcxTreeListNode;
 class TItems;
 
 class TAddInModule : public TadxCOMAddInModule {
@@ -61,6 +62,15 @@ public:
     void MemDataTasksCompleteChange(TField& Sender);
     void ItemsAdd(const std::shared_ptr<platform::IDispatch>& Item);
 
+    // The ribbon's commands.
+    void adxRibbonTab1Controls0Controls0Click();  // Options...: nothing
+    void adxRibbonTab1Controls2Controls0Click();  // Find a task
+    void adxRibbonTab1Controls4Controls0Click();  // Reports, Tasks: nothing
+    void adxRibbonTab1Controls4Controls1Click();  // Reports, Time: nothing
+    void adxRibbonTab1Controls3Controls0Click();  // Timer
+    void adxRibbonTab1Controls6Controls0Click();  // Help
+    void adxRibbonTab1Controls5Controls0Click();  // About
+
     // Whether Outlook's fast shutdown is in force, so that the disconnect calls may not come.
     bool IsFastShutdown();
 
@@ -92,6 +102,7 @@ public:
 
 private:
     void DefinePanes();
+    void DefineRibbon();
     void LoadTable(TdxMemData& table, const std::string& path, const char* failureMessage);
     void SaveTable(TdxMemData& table, const std::string& path, const char* failureMessage);
 
@@ -110,6 +121,9 @@ std::string GetDllPath();
 bool HasRecords(const TdxMemData& Table);
 // Centres a form on the desktop's work area, never above or left of its edge.
 void CenterForm(TForm& Form);
+// The key of a node if it stands at Level; -1 if it stands above; and when it stands below, the
+// key of the node itself after a walk up to that level.
+int GetNodeIDAtLevel(TcxTreeListNode* Node, int Level);
 // A message box with the system's text.
 void ShowMessage(const std::string& text);
 // A question with the buttons Yes and No; true for Yes.

@@ -116,6 +116,8 @@ struct TModuleGlobals {
     std::string TaskFullNumber;
     // The ID that NameExists found last.
     int FoundTaskID = 0;
+    // The parent of the task the new-task dialog makes.
+    int NewParentID = 0;
 
     // The Outlook task open in an inspector, its event connection and sink.
     std::shared_ptr<outlook::_TaskItem> TaskItem;

@@ -522,6 +522,7 @@ TBookmark TdxMemData::GetBookmark() const {
 
 void TdxMemData::GotoBookmark(TBookmark b) {
     CheckBrowseMode();
+    if (b == 0) return;  // the bookmark of no row (an empty table's) leads nowhere
     int row = RowOfBookmark(b);
     if (row < 0) throw EDatabaseError(name_ + ": Record not found");
     GotoRow(row);

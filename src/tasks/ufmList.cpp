@@ -5,6 +5,7 @@
 #include "host/AddinModule.h"
 #include "host/Globals.h"
 #include "tasks/uTasks.h"
+#include "support/ufmOptions.h"
 #include "time/ufmTimer.h"
 
 namespace {
@@ -89,6 +90,7 @@ TfmList::TfmList()
     Bind(item("Expand1"), "Expand1Click", &TfmList::Expand1Click);
     Bind(item("Collapse1"), "Collapse1Click", &TfmList::Collapse1Click);
     Bind(item("Expandthistask1"), "Expandthistask1Click", &TfmList::Expandthistask1Click);
+    Bind(item("Completedtasks1"), "Completedtasks1Click", &TfmList::Completedtasks1Click);
     PublishHandler("SpeedButton1Click", [this] { SpeedButton1Click(); });
     PublishHandler("SpeedButton2Click", [this] { SpeedButton2Click(); });
     PublishHandler("Deletetaskchildren1Click", [this] { Deletetaskchildren1Click(); });
@@ -153,6 +155,10 @@ void TfmList::Deletetaskchildren1Click() { DeleteTask(); }
 
 void TfmList::Expand1Click() { cxDBTreeList1.FullExpand(); }
 void TfmList::Collapse1Click() { cxDBTreeList1.FullCollapse(); }
+
+void TfmList::Completedtasks1Click() {
+    if (HasRecords(*Globals().MemDataTasks)) Globals().fmOptions->ShowModal();
+}
 
 void TfmList::Expandthistask1Click() {
     if (TcxTreeListNode* node = cxDBTreeList1.FocusedNode()) node->Expand(true);

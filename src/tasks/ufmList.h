@@ -53,6 +53,7 @@ public:
     void Expand1Click();
     void Collapse1Click();
     void Expandthistask1Click();
+    void Completedtasks1Click();
 
     // The tree's events.
     void cxDBTreeList1FocusedNodeChanged(TcxDBTreeList& Sender, TcxTreeListNode* PrevFocusedNode,

@@ -298,7 +298,8 @@ void TcxDBTreeList::Rebuild() {
 Variant TcxDBTreeList::MainValue() const { return focused_ ? focused_->KeyValue() : Variant(); }
 
 void TcxDBTreeList::UserItem(int index) {
-    SetFocusedNode(HitTest(index));
+    hitNode_ = HitTest(index);
+    SetFocusedNode(hitNode_);
     DoClick();
 }
 
@@ -306,6 +307,7 @@ bool TcxDBTreeList::UserClickNode(TcxTreeListNode* node) {
     if (!Reachable()) return false;
     return RunUserAction([&] {
         if (!TakeUserFocus()) return false;
+        hitNode_ = node;
         if (node) SetFocusedNode(node);
         DoClick();
         return true;
@@ -316,6 +318,7 @@ bool TcxDBTreeList::UserDblClickNode(TcxTreeListNode* node) {
     if (!Reachable()) return false;
     return RunUserAction([&] {
         if (!TakeUserFocus()) return false;
+        hitNode_ = node;
         if (node) SetFocusedNode(node);
         DoClick();
         if (OnDblClick) OnDblClick();

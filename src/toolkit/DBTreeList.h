@@ -128,6 +128,8 @@ public:
     bool UserDblClickNode(TcxTreeListNode* node);
     // The user focuses a node without clicking (the keyboard, a drag passing over it).
     bool UserFocusNode(TcxTreeListNode* node);
+    // Where the click being handled fell: the node, or nullptr for the empty space.
+    TcxTreeListNode* HitNode() const { return hitNode_; }
     // A drag passing over a line of the tree: OnDragOver decides whether a drop is accepted.
     std::function<void(TcxDBTreeList& sender, int line, bool& accept)> OnDragOver;
     bool DragOver(int line);
@@ -182,6 +184,7 @@ private:
     std::vector<TcxTreeListNode*> roots_;
     std::vector<TcxTreeListNode*> all_;  // absolute order
     TcxTreeListNode* focused_ = nullptr;
+    TcxTreeListNode* hitNode_ = nullptr;
     std::set<std::string> expandedKeys_;        // kept across rebuilds
     std::vector<TcxTreeListNode*> rowToNode_;  // by the table's row index
     friend class TcxTreeListNode;

@@ -28,6 +28,13 @@ protected:
         SetClock(today);
     }
 
+    // Saves the tasks and starts Outlook again on the same folder and mailbox.
+    void Restart() {
+        m().SaveTasks();
+        Stop();
+        Start();
+    }
+
     void OpenExplorer() { m().adxOlFormsManager1.ExplorerFolderShown(TadxOlItemType::itMail); }
 
     TcxTreeListNode* Node(int id) { return Tree().FindNodeByKeyValue(Variant(id)); }
