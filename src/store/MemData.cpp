@@ -125,8 +125,8 @@ const char* DataSetStateName(TDataSetState s) {
 
 // ---- TField ----------------------------------------------------------------------------------
 
-bool TField::IsBlob() const {
-    switch (type_) {
+bool IsBlobType(TFieldType t) {
+    switch (t) {
         case TFieldType::ftBlob:
         case TFieldType::ftMemo:
         case TFieldType::ftGraphic:
@@ -140,6 +140,8 @@ bool TField::IsBlob() const {
             return false;
     }
 }
+
+bool TField::IsBlob() const { return IsBlobType(type_); }
 
 bool TField::IsAutoInc() const {
     return type_ == TFieldType::ftAutoInc || (index_ == 0 && kind_ == TFieldKind::fkCalculated);
@@ -360,97 +362,58 @@ void TdxMemData::CheckBrowseMode() {
     if (state_ == TDataSetState::dsEdit || state_ == TDataSetState::dsInsert) Post();
 }
 
-void TdxMemData::First() {
+void TdxMemData::PrepareMove() {
     if (!Active()) throw EDatabaseError(name_ + ": Cannot perform this operation on a closed dataset");
     CheckBrowseMode();
+}
+
+int TdxMemData::Position() const { return isFiltered_ ? filterCurRec_ : curRec_; }
+
+void TdxMemData::MoveToPosition(int pos) {
+    if (isFiltered_) {
+        filterCurRec_ = pos;
+        curRec_ = filterList_[static_cast<size_t>(pos)] - 1;
+    } else {
+        curRec_ = pos;
+    }
+}
+
+void TdxMemData::MoveToEnd(bool last) {
+    PrepareMove();
     int n = RecordCount();
     if (n == 0) {
         curRec_ = -1;
         filterCurRec_ = -1;
         bof_ = eof_ = true;
     } else {
-        if (isFiltered_) {
-            filterCurRec_ = 0;
-            curRec_ = filterList_[0] - 1;
-        } else {
-            curRec_ = 0;
-        }
-        bof_ = true;
-        eof_ = false;
+        MoveToPosition(last ? n - 1 : 0);
+        bof_ = !last;
+        eof_ = last;
     }
     Notify(TDataEvent::DataSetScroll);
 }
 
-void TdxMemData::Last() {
-    if (!Active()) throw EDatabaseError(name_ + ": Cannot perform this operation on a closed dataset");
-    CheckBrowseMode();
+void TdxMemData::Step(int direction) {
+    PrepareMove();
     int n = RecordCount();
-    if (n == 0) {
-        curRec_ = -1;
-        filterCurRec_ = -1;
-        bof_ = eof_ = true;
-    } else {
-        if (isFiltered_) {
-            filterCurRec_ = n - 1;
-            curRec_ = filterList_[n - 1] - 1;
-        } else {
-            curRec_ = n - 1;
-        }
-        bof_ = false;
-        eof_ = true;
-    }
-    Notify(TDataEvent::DataSetScroll);
-}
-
-void TdxMemData::Next() {
-    if (!Active()) throw EDatabaseError(name_ + ": Cannot perform this operation on a closed dataset");
-    CheckBrowseMode();
-    int n = RecordCount();
+    int target = Position() + direction;
     if (n == 0) {
         bof_ = eof_ = true;
-    } else if (isFiltered_) {
-        if (filterCurRec_ + 1 < n) {
-            ++filterCurRec_;
-            curRec_ = filterList_[filterCurRec_] - 1;
-            bof_ = eof_ = false;
-        } else {
-            eof_ = true;
-            bof_ = false;
-        }
-    } else if (curRec_ + 1 < n) {
-        ++curRec_;
+    } else if (target >= 0 && target < n) {
+        MoveToPosition(target);
         bof_ = eof_ = false;
     } else {
-        eof_ = true;
-        bof_ = false;
+        // Past an end: the cursor stays on the last (first) row.
+        eof_ = direction > 0;
+        bof_ = direction < 0;
     }
     Notify(TDataEvent::DataSetScroll);
 }
 
-void TdxMemData::Prior() {
-    if (!Active()) throw EDatabaseError(name_ + ": Cannot perform this operation on a closed dataset");
-    CheckBrowseMode();
-    int n = RecordCount();
-    if (n == 0) {
-        bof_ = eof_ = true;
-    } else if (isFiltered_) {
-        if (filterCurRec_ > 0) {
-            --filterCurRec_;
-            curRec_ = filterList_[filterCurRec_] - 1;
-            bof_ = eof_ = false;
-        } else {
-            bof_ = true;
-            eof_ = false;
-        }
-    } else if (curRec_ > 0) {
-        --curRec_;
-        bof_ = eof_ = false;
-    } else {
-        bof_ = true;
-        eof_ = false;
-    }
-    Notify(TDataEvent::DataSetScroll);
-}
+void TdxMemData::First() { MoveToEnd(false); }
+void TdxMemData::Last() { MoveToEnd(true); }
+void TdxMemData::Next() { Step(1); }
+void TdxMemData::Prior() { Step(-1); }
 
 void TdxMemData::SetRecNo(int value) {
     CheckBrowseMode();

@@ -49,6 +49,8 @@ enum class TFieldType : int16_t {
     ftExtended = 29,
 };
 const char* FieldTypeName(TFieldType t);
+// The kinds stored as blobs: a length and bytes, no flag.
+bool IsBlobType(TFieldType t);
 
 enum class TFieldKind { fkData, fkCalculated };
 enum class TDataSetState { dsInactive, dsBrowse, dsEdit, dsInsert };
@@ -264,6 +266,11 @@ private:
     const TCell& CurrentCell(const TField& f) const;
     void WriteCurrentCell(TField& f, TCell value);
     void CheckBrowseMode();
+    void PrepareMove();
+    int Position() const;  // zero-based, in the filter list when a filter is on
+    void MoveToPosition(int pos);
+    void MoveToEnd(bool last);
+    void Step(int direction);
     void Notify(TDataEvent e, TField* f = nullptr);
     void SetState(TDataSetState s);
     void AssignAutoInc(Row& row);

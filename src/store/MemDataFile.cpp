@@ -37,19 +37,7 @@ bool IsStringKind(TFieldType t) {
     return t == TFieldType::ftString || t == TFieldType::ftGuid || t == TFieldType::ftWideString;
 }
 
-bool IsBlobKind(TFieldType t) {
-    switch (t) {
-        case TFieldType::ftBlob:
-        case TFieldType::ftMemo:
-        case TFieldType::ftGraphic:
-        case TFieldType::ftFmtMemo:
-        case TFieldType::ftParadoxOle:
-        case TFieldType::ftDBaseOle:
-        case TFieldType::ftTypedBinary:
-        case TFieldType::ftWideMemo: return true;
-        default: return false;
-    }
-}
+bool IsBlobKind(TFieldType t) { return IsBlobType(t); }
 
 bool IsOrdinalKind(TFieldType t) {
     switch (t) {

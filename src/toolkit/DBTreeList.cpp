@@ -303,25 +303,18 @@ void TcxDBTreeList::UserItem(int index) {
     DoClick();
 }
 
-bool TcxDBTreeList::UserClickNode(TcxTreeListNode* node) {
-    if (!Reachable()) return false;
-    return RunUserAction([&] {
-        if (!TakeUserFocus()) return false;
-        hitNode_ = node;
-        if (node) SetFocusedNode(node);
-        DoClick();
-        return true;
-    });
-}
+bool TcxDBTreeList::UserClickNode(TcxTreeListNode* node) { return UserClickAt(node, false); }
 
-bool TcxDBTreeList::UserDblClickNode(TcxTreeListNode* node) {
+bool TcxDBTreeList::UserDblClickNode(TcxTreeListNode* node) { return UserClickAt(node, true); }
+
+bool TcxDBTreeList::UserClickAt(TcxTreeListNode* node, bool twice) {
     if (!Reachable()) return false;
     return RunUserAction([&] {
         if (!TakeUserFocus()) return false;
         hitNode_ = node;
         if (node) SetFocusedNode(node);
         DoClick();
-        if (OnDblClick) OnDblClick();
+        if (twice && OnDblClick) OnDblClick();
         return true;
     });
 }

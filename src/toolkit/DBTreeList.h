@@ -172,6 +172,7 @@ protected:
     void UserItem(int index) override;
 
 private:
+    bool UserClickAt(TcxTreeListNode* node, bool twice);
     void SyncFocusToCursor();
     void SetFocused(TcxTreeListNode* node);
     TcxTreeListNode* NodeOfRow(int row) const;
