@@ -202,3 +202,15 @@ TEST_F(TaskTest, FailuresOfOutlookEndTheOpenSilently) {
     ASSERT_TRUE(Twin(welcome));
     EXPECT_EQ(Twin(welcome)->Value("Body").AsString(), "Welcome to Corvelle.\r\n");
 }
+
+TEST_F(TaskTest, ARowWithoutATwinIsDeletedWithoutAskingOutlook) {
+    Start();
+    int lone = Make(-1, 1, "Never opened");
+    OpenExplorer();
+    ASSERT_TRUE(Tree().UserClickNode(Node(lone)));
+    host_->Outlook.Failures().FailNext("NameSpace.GetItemFromID");
+    host_->Dialogs->QueueAnswer(platform::DialogAnswer::Yes);
+    Pane().Deletetask2Click();
+    EXPECT_EQ(Tasks().RowCount(), 0);
+    EXPECT_TRUE(host_->Outlook.Failures().Pending("NameSpace.GetItemFromID"));  // no call was made
+}
