@@ -94,18 +94,18 @@ void TAddInModule::adxRibbonTab1Controls4Controls0Click() {}
 void TAddInModule::adxRibbonTab1Controls4Controls1Click() {}
 
 void TAddInModule::adxRibbonTab1Controls2Controls0Click() {
-    if (HasRecords(MemDataTasks)) vars_.fmAddTask->ShowModal();
+    if (HasRecords(MemDataTasks)) Live(vars_.fmAddTask).ShowModal();
     else ShowMessage("You have no tasks.");
 }
 
 void TAddInModule::adxRibbonTab1Controls3Controls0Click() {
-    if (HasRecords(MemDataTasks)) vars_.fmTimer->Show();
+    if (HasRecords(MemDataTasks)) Live(vars_.fmTimer).Show();
     else ShowMessage("You have no tasks to time.");
 }
 
 void TAddInModule::adxRibbonTab1Controls6Controls0Click() { HelpContext(10); }
 
-void TAddInModule::adxRibbonTab1Controls5Controls0Click() { vars_.fmAbout->ShowModal(); }
+void TAddInModule::adxRibbonTab1Controls5Controls0Click() { Live(vars_.fmAbout).ShowModal(); }
 
 // The six panes, in the order by which they reach each other.
 void TAddInModule::DefinePanes() {

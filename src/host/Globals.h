@@ -6,6 +6,7 @@
 #include <string>
 
 #include "base/DateTime.h"
+#include "base/Exceptions.h"
 #include "platform/Dispatch.h"
 #include "platform/Outlook.h"
 
@@ -129,6 +130,14 @@ struct TModuleGlobals {
     bool TaskChanged = false;
     bool CompleteChanged = false;
 };
+
+// What a module-wide reference points at; raises EAccessViolation, as a call through nil does,
+// when it points at nothing (a start-up that ended early leaves the forms unmade).
+template <class P>
+auto& Live(const P& p) {
+    if (!p) throw EAccessViolation("Access violation: the object is not there");
+    return *p;
+}
 
 // The variables of the add-in module now loaded. Raises EAccessViolation when none is.
 TModuleGlobals& Globals();

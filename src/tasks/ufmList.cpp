@@ -129,10 +129,10 @@ TfmList::~TfmList() {
 
 // ---- commands -----------------------------------------------------------------------------------
 
-void TfmList::NewRootTask1Click() { Globals().fmTimer->ShowNewTaskForm("New Root Task"); }
+void TfmList::NewRootTask1Click() { Live(Globals().fmTimer).ShowNewTaskForm("New Root Task"); }
 
 void TfmList::NewTask1Click() {
-    if (HasRecords(*Globals().MemDataTasks)) Globals().fmTimer->ShowNewTaskForm("New Task");
+    if (HasRecords(*Globals().MemDataTasks)) Live(Globals().fmTimer).ShowNewTaskForm("New Task");
 }
 
 void TfmList::SpeedButton1Click() { NewRootTask1Click(); }
@@ -157,7 +157,7 @@ void TfmList::Expand1Click() { cxDBTreeList1.FullExpand(); }
 void TfmList::Collapse1Click() { cxDBTreeList1.FullCollapse(); }
 
 void TfmList::Completedtasks1Click() {
-    if (HasRecords(*Globals().MemDataTasks)) Globals().fmOptions->ShowModal();
+    if (HasRecords(*Globals().MemDataTasks)) Live(Globals().fmOptions).ShowModal();
 }
 
 void TfmList::Expandthistask1Click() {

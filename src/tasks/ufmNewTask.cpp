@@ -82,7 +82,7 @@ int TfmNewTask::AddTask(int ParentID) {
                     "make a new one.");
                 if (a == DialogAnswer::Yes) {
                     g.MemDataTasks->DisableControls();
-                    g.fmAddTask->ReopenTask(g.FoundTaskID);
+                    Live(g.fmAddTask).ReopenTask(g.FoundTaskID);
                 } else if (a == DialogAnswer::No) {
                     MakeRow(ParentID, made);
                 }
@@ -107,7 +107,7 @@ void TfmNewTask::FormClose(TCloseAction&) {
             // A completed match that the question's Cancel left as it was is reopened here; when
             // the row is hidden, the test reads whatever row is current.
             t.Locate("ID", Variant(g.FoundTaskID));
-            if (t.FieldByName("Complete").AsBoolean()) g.fmAddTask->ReopenTask(g.FoundTaskID);
+            if (t.FieldByName("Complete").AsBoolean()) Live(g.fmAddTask).ReopenTask(g.FoundTaskID);
         }
         t.EnableControls();
     });

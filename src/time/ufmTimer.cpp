@@ -6,7 +6,7 @@
 TfmTimer::TfmTimer() : TForm("fmTimer", "Timer", 520, 80) { AfterConstruction(); }
 
 void TfmTimer::ShowNewTaskForm(const std::string& Caption) {
-    TfmNewTask& form = *Globals().fmNewTask;
+    TfmNewTask& form = Live(Globals().fmNewTask);
     form.SetCaption(Caption);
     form.ShowModal();
 }
