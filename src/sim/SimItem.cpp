@@ -230,9 +230,11 @@ void TSimItem::DoSave() {
         folder->items_.push_back(self);
         s->items[entryId_] = self;
         s->Log("added " + Label() + " to " + folder->Path());
-    } else {
-        s->Log("saved " + Label());
+        saved_ = values_;
+        if (s->onItemAdded) s->onItemAdded(*this);
+        return;
     }
+    s->Log("saved " + Label());
     saved_ = values_;
 }
 
@@ -250,11 +252,13 @@ void TSimItem::DoDisplay() {
         // Shown already: it becomes the active inspector.
         s->open.erase(it);
         s->open.push_back(self);
+        if (s->onDisplay) s->onDisplay(*this);
         return;
     }
     inspector_->open_ = true;
     s->open.push_back(self);
     s->Log("opened " + Label());
+    if (s->onDisplay) s->onDisplay(*this);
     Raise(outlook::DISPID_Open);
 }
 
@@ -278,6 +282,7 @@ std::shared_ptr<platform::IDispatch> TSimItem::DoMove(const std::shared_ptr<outl
         dest->items_.push_back(self);
         folder_ = dest;
         s->Log("moved " + Label() + " from " + (from ? from->Path() : std::string("?")) + " to " + dest->Path());
+        if (s->onItemAdded) s->onItemAdded(*this);
     }
     return Dispatch();
 }
@@ -336,6 +341,28 @@ void TSimItem::UserSetProperty(std::string_view name, const Variant& value) {
 
 void TSimItem::UserSetPropertyText(std::string_view name, std::string_view text) {
     const TSimProperty& p = Describe(name);
+    UserSetProperty(p.name, ParseText(p, text));
+}
+
+void TSimItem::PresetPropertyText(std::string_view name, std::string_view text) {
+    const TSimProperty& p = Describe(name);
+    Variant v = ParseText(p, text);
+    try {
+        v = Coerce(p, v);
+    } catch (const EOleException& e) {
+        throw ESimError(e.Message());
+    }
+    auto self = shared_from_this();
+    Change(p, v);
+}
+
+void TSimItem::SimSave() {
+    auto self = shared_from_this();
+    if (deleted_) throw ESimError("Cannot save " + Label() + ": it is deleted.");
+    DoSave();
+}
+
+Variant TSimItem::ParseText(const TSimProperty& p, std::string_view text) const {
     auto bad = [&](const char* what) {
         return ESimError("\"" + std::string(text) + "\" is not " + what + " for " + p.name + ".");
     };
@@ -368,7 +395,7 @@ void TSimItem::UserSetPropertyText(std::string_view name, std::string_view text)
             break;
         }
     }
-    UserSetProperty(p.name, v);
+    return v;
 }
 
 void TSimItem::UserSave() {
@@ -490,19 +517,25 @@ std::shared_ptr<platform::IDispatch> TSimItems::Item(int index) {
 }
 
 std::shared_ptr<platform::IDispatch> TSimItems::Add(const std::string& messageClass) {
-    auto s = folder_->Store();
-    s->failures->CheckOle("Items.Add");
+    folder_->Store()->failures->CheckOle("Items.Add");
+    auto item = Make(folder_, messageClass);
+    if (!item) throw EOleException(kNotValid);
+    return item->Dispatch();
+}
+
+std::shared_ptr<TSimItem> TSimItems::Make(const std::shared_ptr<TSimFolder>& folder, const std::string& messageClass) {
+    auto s = folder->Store();
     const TSimItemMaker* maker = nullptr;
     std::string cls = messageClass;
     if (cls.empty()) {
         for (const auto& m : kMakers)
-            if (m.itemType == folder_->defaultItemType_) maker = &m;
+            if (m.itemType == folder->defaultItemType_) maker = &m;
         if (maker) cls = maker->messageClass;
     } else {
         maker = MakerOf(cls);
     }
-    if (!maker) throw EOleException(kNotValid);
-    return maker->make(s, folder_, cls)->Dispatch();
+    if (!maker) return nullptr;
+    return maker->make(s, folder, cls);
 }
 
 std::shared_ptr<outlook::_Items> TSimFolder::Items() {

@@ -122,6 +122,13 @@ public:
     void UserDelete();
     void UserDeleteForGood();
 
+    // The simulation's side of an item made outside the add-in, before its first save: sets a
+    // property from text as UserSetPropertyText reads it, with the kind's rules; no inspector is
+    // needed. ESimError for an unknown property or a bad value, which changes nothing.
+    void PresetPropertyText(std::string_view name, std::string_view text);
+    // Saves the item as the object model's Save does, without its named failure.
+    void SimSave();
+
 protected:
     TSimItem(std::weak_ptr<detail::SimStore> store, std::weak_ptr<TSimFolder> folder, std::string messageClass);
 
@@ -147,6 +154,8 @@ private:
     friend class TSimInspector;
     const TSimProperty& Describe(std::string_view name) const;  // ESimError for an unknown name
     const TSimProperty* Find(std::string_view name) const;
+    // A value as the user types it for the property; ESimError when it reads as none.
+    Variant ParseText(const TSimProperty& p, std::string_view text) const;
     // A value made fit for the property; raises EOleException when it can't be.
     Variant Coerce(const TSimProperty& p, const Variant& value) const;
     // Sets one property and what follows from it, then raises PropertyChange for each change.
@@ -205,6 +214,12 @@ public:
     // of the folder's own kind when the class is empty; unsaved and outside the folder's list
     // until its first save. A class the mailbox can't make raises.
     std::shared_ptr<platform::IDispatch> Add(const std::string& messageClass) override;
+
+    // The folder whose items these are.
+    const std::shared_ptr<TSimFolder>& Folder() const { return folder_; }
+    // A new, unsaved item of that message class for the folder, made without the object
+    // model's failures; nullptr for a class the mailbox can't make.
+    static std::shared_ptr<TSimItem> Make(const std::shared_ptr<TSimFolder>& folder, const std::string& messageClass);
 
 private:
     std::shared_ptr<TSimFolder> folder_;

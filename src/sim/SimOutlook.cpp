@@ -327,4 +327,46 @@ nlohmann::json TSimOutlook::FolderItemsJson(std::string_view path) const {
 const std::vector<std::string>& TSimOutlook::Journal() const { return store_->journal; }
 void TSimOutlook::ClearJournal() { store_->journal.clear(); }
 
+std::shared_ptr<TSimItem> TSimOutlook::AddItem(std::string_view folderPath, const std::string& messageClass,
+                                               const std::vector<std::pair<std::string, std::string>>& properties) {
+    auto folder = FindFolder(folderPath);
+    if (!folder) throw ESimError("No folder " + std::string(folderPath) + " in the mailbox.");
+    auto item = TSimItems::Make(folder, messageClass);
+    if (!item) throw ESimError("The mailbox can't make an item of the class " + messageClass + ".");
+    // Until its save the item is nowhere: a bad property leaves nothing behind.
+    for (const auto& [name, text] : properties) item->PresetPropertyText(name, text);
+    item->SimSave();
+    return item;
+}
+
+void TSimOutlook::Select(std::string_view folderPath, const std::vector<std::string>& entryIDs) {
+    auto folder = FindFolder(folderPath);
+    if (!folder) throw ESimError("No folder " + std::string(folderPath) + " in the mailbox.");
+    std::vector<std::shared_ptr<TSimItem>> items;
+    for (const auto& id : entryIDs) {
+        auto item = FindItem(id);
+        if (!item || item->Folder() != folder)
+            throw ESimError("No item has the EntryID " + id + " in " + std::string(folderPath) + ".");
+        items.push_back(item);
+    }
+    store_->explorerFolder = folder;
+    store_->selection = std::move(items);
+}
+
+std::shared_ptr<TSimFolder> TSimOutlook::ExplorerFolder() const { return store_->explorerFolder; }
+
+std::vector<std::shared_ptr<TSimItem>> TSimOutlook::Selection() const {
+    std::vector<std::shared_ptr<TSimItem>> out;
+    // An item deleted for good since the selection was made is no longer selected.
+    for (const auto& item : store_->selection)
+        if (!item->IsDeleted()) out.push_back(item);
+    return out;
+}
+
+void TSimOutlook::SetDisplayHook(std::function<void(TSimItem&)> hook) { store_->onDisplay = std::move(hook); }
+
+void TSimOutlook::SetItemAddedHook(std::function<void(TSimItem&)> hook) {
+    store_->onItemAdded = std::move(hook);
+}
+
 }  // namespace sim

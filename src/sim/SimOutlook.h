@@ -4,9 +4,11 @@
 // inspectors, and named failures. The mailbox lives in TSimOutlook; the application object and
 // every folder and item handed out refer to it, so the same mailbox can serve one add-in module
 // after another, as Outlook does across restarts of the add-in.
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <nlohmann/json_fwd.hpp>
@@ -143,6 +145,27 @@ public:
     // (type 6)"), with what the user did in inspectors.
     const std::vector<std::string>& Journal() const;
     void ClearJournal();
+
+    // An item made outside the add-in, by the user or another program: made in the folder at
+    // that path with that message class, its properties set from text as UserSetPropertyText
+    // reads it (the kind's rules apply), then saved, so that it comes into the folder. ESimError
+    // for an unknown folder, class or property, or a bad value; nothing is made then.
+    std::shared_ptr<TSimItem> AddItem(std::string_view folderPath, const std::string& messageClass,
+                                      const std::vector<std::pair<std::string, std::string>>& properties);
+
+    // The explorer shows the folder at that path with those items selected. ESimError for an
+    // unknown folder or an EntryID of no item in it; the selection stays as it was then.
+    void Select(std::string_view folderPath, const std::vector<std::string>& entryIDs);
+    // The folder the explorer shows (nullptr before the first Select) and its selected items.
+    std::shared_ptr<TSimFolder> ExplorerFolder() const;
+    std::vector<std::shared_ptr<TSimItem>> Selection() const;
+
+    // Hooks for a host that shows what happens. The display hook hears of each Display of an
+    // item's inspector, also of one shown already that only comes to the front. The item-added
+    // hook hears of each item that comes into a folder, by its first save there or by a move
+    // there: what Outlook raises as ItemAdd on that folder's items.
+    void SetDisplayHook(std::function<void(TSimItem&)> hook);
+    void SetItemAddedHook(std::function<void(TSimItem&)> hook);
 
 private:
     std::shared_ptr<detail::SimStore> store_;

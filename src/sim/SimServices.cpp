@@ -31,6 +31,7 @@ TSimDialogs::TSimDialogs(std::shared_ptr<TSimFailures> failures) : failures_(std
 void TSimDialogs::ShowMessage(const std::string& text) {
     CheckFailure(failures_, "Dialogs.ShowMessage");
     records_.push_back({TSimDialogKind::Message, text, platform::DialogIcon::None, std::nullopt});
+    if (OnShown) OnShown(records_.back());
 }
 
 platform::DialogAnswer TSimDialogs::AskYesNo(const std::string& text, platform::DialogIcon icon) {
@@ -58,6 +59,7 @@ platform::DialogAnswer TSimDialogs::Ask(TSimDialogKind kind, const std::string& 
         throw ESimError(errors_.back());
     }
     records_.back().answer = answer;
+    if (OnShown) OnShown(records_.back());
     return answer;
 }
 
@@ -124,6 +126,7 @@ platform::TPoint TSimScreen::CursorPos() {
 void TSimHelp::ShowContext(const std::string& helpFile, int context) {
     CheckFailure(failures_, "Help.ShowContext");
     calls_.push_back({helpFile, context});
+    if (OnShow) OnShow(calls_.back());
 }
 
 std::string TSimModuleInfo::ModuleFileName() {

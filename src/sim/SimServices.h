@@ -4,6 +4,7 @@
 // that record their calls, and a settable add-in file name. TSimHost bundles them with a
 // simulated Outlook and hands out what a module needs.
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -48,6 +49,11 @@ public:
     // question raises ESimError as well.
     const std::vector<std::string>& Errors() const { return errors_; }
     void Clear();
+
+    // Told of each message as it is shown and of each question once it has its answer, so that
+    // a host can print them as they happen. A question left without an answer is not told here
+    // (it is one of Errors()).
+    std::function<void(const TSimDialogRecord&)> OnShown;
 
 private:
     platform::DialogAnswer Ask(TSimDialogKind kind, const std::string& text, platform::DialogIcon icon);
@@ -104,6 +110,9 @@ public:
     };
     void ShowContext(const std::string& helpFile, int context) override;
     const std::vector<Call>& Calls() const { return calls_; }
+
+    // Told of each opening of help as it happens.
+    std::function<void(const Call&)> OnShow;
 
 private:
     std::shared_ptr<TSimFailures> failures_;

@@ -3,6 +3,7 @@
 // use outside src/sim/.
 #include <algorithm>
 #include <cctype>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -32,6 +33,12 @@ struct SimStore {
     std::map<std::string, std::shared_ptr<TSimItem>> items;
     // The items shown in an open inspector, in the order of activation: the active one last.
     std::vector<std::shared_ptr<TSimItem>> open;
+    // The explorer: the folder it shows and the items selected there.
+    std::shared_ptr<TSimFolder> explorerFolder;
+    std::vector<std::shared_ptr<TSimItem>> selection;
+    // The host's hooks (TSimOutlook::SetDisplayHook, SetItemAddedHook).
+    std::function<void(TSimItem&)> onDisplay;
+    std::function<void(TSimItem&)> onItemAdded;
 
     std::string NewEntryID();
     void Log(std::string line) { journal.push_back(std::move(line)); }
