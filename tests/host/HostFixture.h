@@ -12,6 +12,7 @@
 #include <string>
 
 #include "base/Clock.h"
+#include "common/ScratchFolder.h"
 #include "base/DateTime.h"
 #include "host/AddinModule.h"
 #include "platform/Text.h"
@@ -23,34 +24,18 @@ namespace fs = std::filesystem;
 class HostTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        TFileLog::Dispose();
-        if (const char* old = std::getenv("TMPDIR")) oldTmp_ = old;
-        root_ = MakeFolder();
-        dir_ = root_ / "addin";
-        logDir_ = root_ / "log";
-        fs::create_directories(dir_);
-        fs::create_directories(logDir_);
-        setenv("TMPDIR", logDir_.string().c_str(), 1);
+        scratch_ = std::make_unique<ScratchFolder>("corvelle-host", "addin", "log");
+        root_ = scratch_->root;
+        dir_ = scratch_->addin;
+        logDir_ = scratch_->tmp;
         SetClock(EncodeDate(2026, 3, 5) + EncodeTime(9, 30, 0, 0));
         host_ = std::make_unique<sim::TSimHost>((dir_ / "Corvelle.dll").string());
     }
 
     void TearDown() override {
         module_.reset();
-        TFileLog::Dispose();
-        ResetClock();
-        if (oldTmp_)
-            setenv("TMPDIR", oldTmp_->c_str(), 1);
-        else
-            unsetenv("TMPDIR");
-        std::error_code ec;
-        fs::remove_all(root_, ec);
-    }
-
-    static fs::path MakeFolder() {
-        std::string pattern = (fs::temp_directory_path() / "corvelle-host-XXXXXX").string();
-        if (!mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");
-        return pattern;
+        host_.reset();
+        scratch_.reset();
     }
 
     // A new module, as Outlook makes it at a start, replacing the one before.
@@ -102,8 +87,8 @@ protected:
         return std::string((std::istreambuf_iterator<char>(in)), {});
     }
 
+    std::unique_ptr<ScratchFolder> scratch_;
     fs::path root_, dir_, logDir_;
-    std::optional<std::string> oldTmp_;
     std::unique_ptr<sim::TSimHost> host_;
     std::unique_ptr<TAddInModule> module_;
 };

@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "base/Clock.h"
+#include "common/ScratchFolder.h"
 #include "base/DateTime.h"
 #include "host/AddinModule.h"
 #include "host/Globals.h"
@@ -26,26 +27,13 @@ namespace {
 class ScriptHostTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        TFileLog::Dispose();
-        if (const char* old = std::getenv("TMPDIR")) oldTmp_ = old;
-        std::string pattern = (fs::temp_directory_path() / "corvelle-simhost-XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        root_ = pattern;
-        fs::create_directories(root_ / "addin");
-        fs::create_directories(root_ / "tmp");
-        setenv("TMPDIR", (root_ / "tmp").string().c_str(), 1);
+        scratch_ = std::make_unique<ScratchFolder>("corvelle-simhost", "addin", "tmp");
+        root_ = scratch_->root;
     }
 
     void TearDown() override {
         host_.reset();
-        TFileLog::Dispose();
-        ResetClock();
-        if (oldTmp_)
-            setenv("TMPDIR", oldTmp_->c_str(), 1);
-        else
-            unsetenv("TMPDIR");
-        std::error_code ec;
-        fs::remove_all(root_, ec);
+        scratch_.reset();
     }
 
     sim::TScriptHost& Host() {
@@ -61,8 +49,8 @@ protected:
         return {status, out_.str().substr(from)};
     }
 
+    std::unique_ptr<ScratchFolder> scratch_;
     fs::path root_;
-    std::optional<std::string> oldTmp_;
     std::ostringstream out_;
     std::unique_ptr<sim::TScriptHost> host_;
 };
