@@ -18,6 +18,13 @@ class IDispatch {
 public:
     virtual ~IDispatch() = default;
     virtual void Invoke(int32_t dispId, const std::vector<Variant>& args) {}
+    // An event with objects among its arguments (ItemsEvents' ItemAdd hands over the item):
+    // objects[i] is argument i when that is an object, and args[i] is then null. By default the
+    // values alone go to Invoke.
+    virtual void InvokeEvent(int32_t dispId, const std::vector<Variant>& args,
+                             const std::vector<std::shared_ptr<IDispatch>>& objects) {
+        Invoke(dispId, args);
+    }
 };
 
 [[noreturn]] void ThrowIntfCastError();

@@ -62,6 +62,10 @@ enum ItemEventDispId : int32_t {
     DISPID_PropertyChange = 0xF009,
 };
 
+// The events of a folder's items (ItemsEvents): ItemAdd hands over the item added.
+inline constexpr const char* IID_ItemsEvents = "{00063077-0000-0000-C000-000000000046}";
+inline constexpr int32_t DISPID_ItemAdd = 0xF001;
+
 class _Folders;
 class _Items;
 class _Inspector;

@@ -1,6 +1,8 @@
 #pragma once
 // The trace client over TCP: a non-blocking connect that gives up after a short wait. Host
 // names are not looked up (that could block): the host is a numeric IPv4 or IPv6 address.
+// Each system has its own side (posix/TraceClient.cpp, and the Windows build's, over Winsock).
+#include <cstdint>
 #include <string>
 
 #include "platform/Services.h"
@@ -20,7 +22,8 @@ public:
 
 private:
     int timeoutMs_;
-    int socket_ = -1;
+    // The socket's handle, -1 for none: a descriptor, or a Winsock SOCKET.
+    std::intptr_t socket_ = -1;
 };
 
 }  // namespace platform

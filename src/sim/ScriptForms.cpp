@@ -151,10 +151,25 @@ nlohmann::ordered_json Assigned(const std::shared_ptr<T>& p, const char* what) {
     return what;
 }
 
+// The path of a folder of another backend (the Windows object model), read through the object
+// model: the names below the mailbox root, or the root's own name.
+std::string ObjectModelPath(outlook::MAPIFolder& f) {
+    std::vector<std::string> names{f.Name()};
+    auto parent = std::dynamic_pointer_cast<outlook::MAPIFolder>(f.Parent());
+    while (parent) {
+        names.push_back(parent->Name());
+        parent = std::dynamic_pointer_cast<outlook::MAPIFolder>(parent->Parent());
+    }
+    if (names.size() == 1) return names.front();
+    std::string path;
+    for (size_t i = names.size() - 1; i-- > 0;) path += (path.empty() ? "" : "/") + names[i];
+    return path;
+}
+
 nlohmann::ordered_json FolderPath(const std::shared_ptr<outlook::MAPIFolder>& f) {
     if (!f) return nullptr;
     auto folder = std::dynamic_pointer_cast<TSimFolder>(f);
-    if (!folder) return "MAPIFolder";
+    if (!folder) return ObjectModelPath(*f);
     std::string path = folder->Path();
     auto slash = path.find('/');
     return slash == std::string::npos ? path : path.substr(slash + 1);
@@ -255,8 +270,8 @@ const VariableEntry kVariables[] = {
      [](TModuleGlobals& g) -> nlohmann::ordered_json {
          if (!g.TaskItem) return nullptr;
          auto item = TSimItem::From(g.TaskItem);
-         if (!item) return "TaskItem";
-         return item->Id().empty() ? std::string("-") : item->Id();
+         std::string id = item ? item->Id() : g.TaskItem->EntryID();
+         return id.empty() ? std::string("-") : id;
      }},
     {"FocusedNode",
      [](TModuleGlobals& g) -> nlohmann::ordered_json {

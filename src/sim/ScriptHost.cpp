@@ -120,7 +120,8 @@ TScriptHost::TScriptHost(std::string dir, std::ostream& out)
 }
 
 TScriptHost::~TScriptHost() {
-    module_.reset();
+    module_ = nullptr;
+    ownModule_.reset();
     host_->Dialogs->OnShown = nullptr;
     host_->Help->OnShow = nullptr;
     host_->Outlook.SetDisplayHook(nullptr);
@@ -209,6 +210,22 @@ void TScriptHost::Execute(const Words& words) {
     if (words.empty()) return;
     const Command& c = Find(Commands(), words[0], "command");
     (this->*c.handler)(Words(words.begin() + 1, words.end()));
+}
+
+void TScriptHost::RunOn(TAddInModule& module, bool running, const std::vector<std::string>& words) {
+    TAddInModule* const savedModule = module_;
+    const bool savedRunning = running_;
+    module_ = &module;
+    running_ = running;
+    try {
+        TScriptHost::Execute(words);
+    } catch (...) {
+        module_ = savedModule;
+        running_ = savedRunning;
+        throw;
+    }
+    module_ = savedModule;
+    running_ = savedRunning;
 }
 
 void TScriptHost::PrintError(int line, const std::string& reason) {
@@ -333,9 +350,11 @@ void TScriptHost::CmdStart(const Words& a) {
     RequireNoModal("start");
     if (module_ && running_) throw EScriptError("the add-in is running already (shutdown or quit first)");
     // The old process goes before the new one starts.
-    module_.reset();
+    module_ = nullptr;
+    ownModule_.reset();
     pendingAdds_.clear();
-    module_ = std::make_unique<TAddInModule>(host_->HostInfo());
+    ownModule_ = std::make_unique<TAddInModule>(host_->HostInfo());
+    module_ = ownModule_.get();
     running_ = true;
     module_->OnConnection();
     module_->OnStartupComplete();

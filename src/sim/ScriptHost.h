@@ -40,6 +40,9 @@
 
 class TAddInModule;
 class TcxDBTreeList;
+namespace win {
+class TWinScriptHost;
+}
 class TcxTreeListNode;
 class TdxMemData;
 
@@ -76,9 +79,19 @@ public:
     TSimHost& Host() { return *host_; }
     const std::string& Dir() const { return dir_; }
     // The add-in module started last; nullptr before the first start.
-    TAddInModule* Module() const { return module_.get(); }
+    TAddInModule* Module() const { return module_; }
+
+    // Runs one command on a module that another host made and drives (the Windows add-in under
+    // corvelle-winhost, which hands over the commands that act on forms, tables and variables);
+    // running tells whether that module is started and not shut down. What the command prints
+    // goes to this host's output. Raises EScriptError for the script's mistakes; the system's own
+    // failures pass to the caller.
+    void RunOn(TAddInModule& module, bool running, const std::vector<std::string>& words);
 
 private:
+    // corvelle-winhost's host plays the add-in's side through COM, from its own Execute.
+    friend class win::TWinScriptHost;
+
     using Words = std::vector<std::string>;
     using Handler = void (TScriptHost::*)(const Words& args);
     struct Command {
@@ -93,7 +106,7 @@ private:
     std::optional<TScriptLine> NextLine();
     // Runs one line: echo, the command, what follows it; the error's reason if it failed.
     std::optional<std::string> Step(const TScriptLine& line);
-    void Execute(const Words& words);
+    virtual void Execute(const Words& words);
     void PrintError(int line, const std::string& reason);
     [[noreturn]] void Fatal(int line, const std::string& reason);
     std::optional<std::string> NewDialogError();
@@ -162,7 +175,8 @@ private:
     std::string dir_;
     std::ostream& out_;
     std::unique_ptr<TSimHost> host_;
-    std::unique_ptr<TAddInModule> module_;
+    std::unique_ptr<TAddInModule> ownModule_;  // the module this host started, if any
+    TAddInModule* module_ = nullptr;            // the module the commands act on
     bool running_ = false;
 
     TScriptReader* reader_ = nullptr;

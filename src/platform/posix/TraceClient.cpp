@@ -1,6 +1,5 @@
 #include "platform/TraceClient.h"
 
-#ifndef _WIN32
 #include <arpa/inet.h>
 #include <cerrno>
 #include <fcntl.h>
@@ -11,19 +10,10 @@
 
 #include <chrono>
 #include <cstring>
-#endif
 
 namespace platform {
 
 TTcpTraceClient::~TTcpTraceClient() { Disconnect(); }
-
-#ifdef _WIN32
-
-// The Windows build links its own trace client; this one does not connect there.
-bool TTcpTraceClient::Connect(const std::string&, int) noexcept { return false; }
-void TTcpTraceClient::Disconnect() noexcept {}
-
-#else
 
 namespace {
 
@@ -96,11 +86,9 @@ bool TTcpTraceClient::Connect(const std::string& host, int port) noexcept {
 
 void TTcpTraceClient::Disconnect() noexcept {
     if (socket_ >= 0) {
-        ::close(socket_);
+        ::close(static_cast<int>(socket_));
         socket_ = -1;
     }
 }
-
-#endif
 
 }  // namespace platform
