@@ -1,0 +1,163 @@
+// corvelle-winhost: the Windows host of corvelle-sim's scripts. It plays Outlook around the real
+// add-in: Corvelle.dll, made by its ProgID through COM (so it must be registered), connected to
+// the simulated Outlook as Outlook's automation objects, and driven through the interfaces
+// Outlook uses. Same arguments, commands and transcript as corvelle-sim:
+//
+//   corvelle-winhost [--dir DIR] [SCRIPT...]
+//
+// After the scripts Outlook goes away: the add-in is released and Outlook lets go of what it
+// holds; a library that then still has live objects, or an automation object still referenced,
+// is reported on standard error and the exit status is 3.
+//
+// Exit status: 0; 2 after "ERROR: line N: ..." or for a wrong command line; 3 as above.
+#include <fcntl.h>
+#include <io.h>
+#include <windows.h>
+#include <objbase.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/System.h"
+#include "sim/ScriptLexer.h"
+#include "win/com/ComSupport.h"
+#include "win/platform/WinServices.h"
+#include "win/winhost/WinScriptHost.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int kExitError = 2;
+constexpr int kExitLeak = 3;
+
+const char* const kUsage = "usage: corvelle-winhost [--dir DIR] [SCRIPT...]\n";
+
+std::optional<fs::path> ResourceFolder() {
+    auto holds = [](const fs::path& p) {
+        std::error_code ec;
+        return fs::is_regular_file(p / "Clickme.txt", ec);
+    };
+    if (const char* env = std::getenv("CORVELLE_RESOURCES"); env && *env) {
+        if (holds(env)) return fs::path(env);
+        return std::nullopt;
+    }
+    // Beside the program (the release folder), or a "resources" folder beside it or above it.
+    fs::path exe = fs::u8path(win::ThisModuleFileName());
+    if (holds(exe.parent_path())) return exe.parent_path();
+    for (fs::path dir = exe.parent_path(); !dir.empty(); dir = dir.parent_path()) {
+        if (holds(dir / "resources")) return dir / "resources";
+        if (dir == dir.parent_path()) break;
+    }
+    return std::nullopt;
+}
+
+std::string MakeFreshFolder() {
+    std::string base = platform::TempFolder() + "corvelle-winhost-";
+    for (unsigned attempt = 0; attempt < 1000; ++attempt) {
+        std::string path = base + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(attempt);
+        if (CreateDirectoryW(win::Wide(path).c_str(), nullptr)) return path;
+    }
+    throw std::runtime_error("cannot make a folder in " + platform::TempFolder());
+}
+
+// COM for the program's one thread, an apartment as Outlook's main thread is.
+class TComApartment {
+public:
+    TComApartment() : ok_(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {}
+    ~TComApartment() {
+        if (ok_) CoUninitialize();
+    }
+    bool Ok() const { return ok_; }
+
+private:
+    bool ok_;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    // The transcript's lines end as corvelle-sim's do.
+    _setmode(_fileno(stdout), _O_BINARY);
+    _setmode(_fileno(stderr), _O_BINARY);
+
+    std::optional<std::string> dir;
+    std::vector<std::string> scripts;
+    for (int i = 1; i < argc; ++i) {
+        std::string arg = argv[i];
+        if (arg == "--help" || arg == "-h") {
+            std::cout << kUsage << "\nThe commands are corvelle-sim's (corvelle-sim --help).\n";
+            return 0;
+        }
+        if (arg == "--dir") {
+            if (i + 1 >= argc) {
+                std::cerr << "corvelle-winhost: --dir needs a folder\n" << kUsage;
+                return kExitError;
+            }
+            dir = argv[++i];
+        } else if (arg.rfind("--dir=", 0) == 0) {
+            dir = arg.substr(6);
+        } else if (arg.size() > 1 && arg[0] == '-') {
+            std::cerr << "corvelle-winhost: unknown option " << arg << "\n" << kUsage;
+            return kExitError;
+        } else {
+            scripts.push_back(arg);
+        }
+    }
+    for (const std::string& s : scripts) {
+        if (s == "-") continue;
+        std::ifstream probe(s);
+        if (!probe) {
+            std::cerr << "corvelle-winhost: cannot open the script " << s << "\n";
+            return kExitError;
+        }
+    }
+
+    std::string folder;
+    try {
+        if (dir) {
+            if (dir->empty()) throw std::runtime_error("--dir needs a folder");
+            fs::create_directories(*dir);
+            folder = *dir;
+        } else {
+            folder = MakeFreshFolder();
+            if (auto resources = ResourceFolder())
+                fs::copy(*resources, folder, fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+            else
+                std::cerr << "corvelle-winhost: the files that ship with the add-in were not found; "
+                             "set CORVELLE_RESOURCES to their folder\n";
+        }
+        folder = fs::absolute(folder).lexically_normal().make_preferred().string();
+        while (folder.size() > 3 && (folder.back() == '\\' || folder.back() == '/')) folder.pop_back();
+    } catch (const std::exception& e) {
+        std::cerr << "corvelle-winhost: " << e.what() << "\n";
+        return kExitError;
+    }
+
+    TComApartment com;
+    if (!com.Ok()) {
+        std::cerr << "corvelle-winhost: COM could not be started\n";
+        return kExitError;
+    }
+    if (!dir) std::cout << "DIR " << folder << "\n";
+    int status = 0;
+    {
+        sim::TScriptReader reader(scripts, std::cin);
+        win::TWinScriptHost host(folder, std::cout);
+        status = host.Run(reader);
+        std::string left = host.Unload();
+        if (!left.empty()) {
+            std::cout.flush();
+            std::cerr << "corvelle-winhost: at unload: " << left << "\n";
+            if (status == 0) status = kExitLeak;
+        }
+    }
+    std::cout.flush();
+    return status;
+}

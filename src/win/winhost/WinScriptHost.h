@@ -1,0 +1,83 @@
+#pragma once
+// TWinScriptHost: corvelle-sim's script host with the add-in where Outlook has it, in Corvelle.dll
+// behind COM. It plays Outlook as an automation server (the simulated Outlook as Outlook's
+// automation objects, TAutoOutlook), makes the add-in by its ProgID as Outlook does, and drives it
+// through the interfaces Outlook uses: IDTExtensibility2 for start, shutdown and the rest,
+// IRibbonExtensibility and the ribbon's callbacks by name for ribbon buttons, ApplicationEvents_11
+// for Quit, the connection points of items and folders for their events. The commands that act
+// on the add-in's forms, tables and variables run inside the add-in through the script bridge,
+// with the same code as in corvelle-sim; what the add-in shows comes back to this host's
+// transcript. Everything else runs here as in corvelle-sim, so the transcripts are the same.
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "sim/ScriptHost.h"
+#include "win/com/ComSupport.h"
+#include "win/com/Generated.h"
+
+namespace win {
+
+class TAutoOutlook;
+
+class TWinScriptHost : public sim::TScriptHost {
+public:
+    // dir: the add-in's folder as a Windows path; the add-in's file reads as dir\Corvelle.dll.
+    TWinScriptHost(std::string dir, std::ostream& out);
+    ~TWinScriptHost() override;
+
+    // Outlook goes: the add-in is let go, and Outlook lets go of every event sink it holds.
+    // Answers what is still alive: empty when Corvelle.dll may unload (DllCanUnloadNow) and no
+    // automation object of this host is referenced any more.
+    std::string Unload();
+
+    // What the add-in gave for the explorer's ribbon at the last start.
+    const std::string& RibbonXml() const { return ribbonXml_; }
+    TAutoOutlook& Automation() { return *automation_; }
+    // The add-in object; empty before the first start.
+    IUnknown* AddIn() const { return addIn_.Get(); }
+
+private:
+    using Words = std::vector<std::string>;
+    void Execute(const Words& words) override;
+
+    void Start(const Words& a);
+    void Shutdown(const Words& a);
+    void Quit(const Words& a);
+    void Ribbon(const Words& a);
+    void ClickRibbonButton(const std::string& id);
+    void Forward(const Words& words);
+    void DeliverAdds();
+    void ReleaseAddIn();
+    void LoadRibbon();
+    void CallAddIn(const std::string& callback, IDispatch* argument);
+    void RequireAddIn(bool running);
+    void PushClock();
+
+    // The bridge's calls from the add-in.
+    class TBridgeHost;
+    void RunModalRemote(const std::string& formName);
+    bool FormVisible(const std::string& formName);
+
+    struct TRibbonButton {
+        std::string id, label, onAction;
+        bool shown = true;
+    };
+
+    std::unique_ptr<TBridgeHost> bridge_;
+    std::unique_ptr<TAutoOutlook> automation_;
+    TComPtr<IDispatch> application_;
+    TComPtr<IDispatch> comAddIn_;
+    TComPtr<IDispatch> ribbonUI_;
+    TComPtr<IUnknown> addIn_;
+    TComPtr<IDTExtensibility2> extensibility_;
+    TComPtr<ICorvelleScriptAddIn> script_;
+    bool addInRunning_ = false;
+    std::string ribbonXml_;
+    std::string ribbonLoaded_;
+    std::vector<TRibbonButton> buttons_;
+    std::vector<std::shared_ptr<sim::TSimItem>> adds_;  // items added to folders, for ItemAdd after the command
+};
+
+}  // namespace win
