@@ -5,6 +5,9 @@
 //
 //   corvelle-winhost [--dir DIR] [SCRIPT...]
 //
+// The temporary folder (where the day log goes) is %CORVELLE_TMP% when that is set, so that runs
+// side by side keep their logs apart; Wine sets TMP and TEMP itself.
+//
 // After the scripts Outlook goes away: the add-in is released and Outlook lets go of what it
 // holds; a library that then still has live objects, or an automation object still referenced,
 // is reported on standard error and the exit status is 3.
@@ -87,6 +90,11 @@ int main(int argc, char** argv) {
     _setmode(_fileno(stdout), _O_BINARY);
     _setmode(_fileno(stderr), _O_BINARY);
 
+    if (const wchar_t* temp = _wgetenv(L"CORVELLE_TMP"); temp && *temp) {
+        SetEnvironmentVariableW(L"TMP", temp);
+        SetEnvironmentVariableW(L"TEMP", temp);
+    }
+
     std::optional<std::string> dir;
     std::vector<std::string> scripts;
     for (int i = 1; i < argc; ++i) {
@@ -127,9 +135,12 @@ int main(int argc, char** argv) {
             folder = *dir;
         } else {
             folder = MakeFreshFolder();
-            if (auto resources = ResourceFolder())
-                fs::copy(*resources, folder, fs::copy_options::recursive | fs::copy_options::overwrite_existing);
-            else
+            if (auto resources = ResourceFolder()) {
+                for (const fs::directory_entry& e : fs::directory_iterator(*resources))
+                    if (e.is_regular_file())
+                        fs::copy_file(e.path(), fs::path(folder) / e.path().filename(),
+                                      fs::copy_options::overwrite_existing);
+            } else
                 std::cerr << "corvelle-winhost: the files that ship with the add-in were not found; "
                              "set CORVELLE_RESOURCES to their folder\n";
         }

@@ -20,7 +20,7 @@ struct TAutoOutlook::State {
     std::map<const sim::TSimFolder*, TAutoSinks> items;  // ItemsEvents, by folder
     // The sinks advised on the mailbox's own connection points, by their cookies there.
     std::vector<std::pair<std::weak_ptr<platform::IConnectionPoint>, uint32_t>> connections;
-    bool gone = false;
+    std::string version = "16.0.0.0";
 };
 
 namespace {
@@ -275,7 +275,7 @@ public:
     TAutoApplication(State s, std::shared_ptr<outlook::_Application> app)
         : TAutoBase(std::move(s), 0), app_(std::move(app)), bridge_(*this) {
         Member("Name", [](const TAutoArgs&, VARIANT* v) { SetResult(v, Variant("Outlook")); });
-        Member("Version", [](const TAutoArgs&, VARIANT* v) { SetResult(v, Variant("16.0.0.0")); });
+        Member("Version", [this](const TAutoArgs&, VARIANT* v) { SetResult(v, Variant(state_->version)); });
         Member("GetNamespace",
                [this](const TAutoArgs& a, VARIANT* v) { SetResult(v, Wrap(Live(app_).GetNamespace(a.Text(0)))); });
         State st = state_;
@@ -360,6 +360,8 @@ TComPtr<IDispatch> TAutoOutlook::Application() {
 TComPtr<IDispatch> TAutoOutlook::Wrap(const std::shared_ptr<platform::IDispatch>& object) {
     return WrapIn(state_, object);
 }
+
+void TAutoOutlook::SetVersion(std::string version) { state_->version = std::move(version); }
 
 void TAutoOutlook::FireQuit() { state_->application.Fire(0xF007, {}); }
 

@@ -6,6 +6,7 @@
 // connection), ItemsEvents of a folder's items (ItemAdd, raised by FireItemAdd) and
 // ApplicationEvents_11 of the application (Quit, raised by FireQuit).
 #include <memory>
+#include <string>
 
 #include "platform/Dispatch.h"
 #include "win/com/ComSupport.h"
@@ -30,6 +31,9 @@ public:
     TComPtr<IDispatch> Application();
     // The automation object of an object of the model (a new one each time, as Outlook's are).
     TComPtr<IDispatch> Wrap(const std::shared_ptr<platform::IDispatch>& object);
+
+    // The version the Application gives (Outlook 2016 and later's "16.0.0.0" unless set).
+    void SetVersion(std::string version);
 
     // Outlook quits: Quit to the application's event sinks.
     void FireQuit();

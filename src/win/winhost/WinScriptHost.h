@@ -35,6 +35,8 @@ public:
     // What the add-in gave for the explorer's ribbon at the last start.
     const std::string& RibbonXml() const { return ribbonXml_; }
     TAutoOutlook& Automation() { return *automation_; }
+    // The Application that the add-in is connected with.
+    IDispatch* Application() const { return application_.Get(); }
     // The add-in object; empty before the first start.
     IUnknown* AddIn() const { return addIn_.Get(); }
 
