@@ -8,3 +8,4 @@ bash scripts/deps.sh
 cmake --preset "$preset"
 cmake --build --preset "$preset" -j "$(nproc)"
 ctest --preset "$preset" -j "$(nproc)"
+[ "$preset" != default ] || bash scripts/test-windows.sh  # Corvelle.dll and its tests under Wine

@@ -36,13 +36,20 @@ if(_name MATCHES "^nodir-")
 else()
   set(_dirArgs --dir "${_dir}")
 endif()
-execute_process(
-  COMMAND "${CMAKE_COMMAND}" -E env "CORVELLE_TMP=${_tmp}" "CORVELLE_RESOURCES=${RESOURCES}" WINEDEBUG=-all
-          "${WINE}" "${HOST}" ${_dirArgs} "${SCRIPT}"
-  WORKING_DIRECTORY "${WORK}"
-  OUTPUT_VARIABLE _out
-  ERROR_VARIABLE _err
-  RESULT_VARIABLE _status)
+# Wine, on a busy machine, now and then fails to start a program and says so: it runs again then.
+foreach(_attempt RANGE 1 3)
+  execute_process(
+    COMMAND "${CMAKE_COMMAND}" -E env "CORVELLE_TMP=${_tmp}" "CORVELLE_RESOURCES=${RESOURCES}" WINEDEBUG=-all
+            "${WINE}" "${HOST}" ${_dirArgs} "${SCRIPT}"
+    WORKING_DIRECTORY "${WORK}"
+    OUTPUT_VARIABLE _out
+    ERROR_VARIABLE _err
+    RESULT_VARIABLE _status)
+  if(NOT "${_out}${_err}" MATCHES "could not be started|ShellExecuteEx failed")
+    break()
+  endif()
+  execute_process(COMMAND sleep 1)
+endforeach()
 
 if(_name MATCHES "^nodir-" AND _out MATCHES "^DIR ([^\n]*)\n")
   set(_dir "${CMAKE_MATCH_1}")

@@ -21,12 +21,14 @@ keys=('Software\Classes\CLSID\{C185AA98-016C-4850-AB95-780D467A56C4}'
       'Software\Classes\Interface\{A8AA6365-10D8-4266-9D75-4F5BC57A64DD}'
       'Software\Microsoft\Office\Outlook\AddIns\Corvelle.Corvelle')
 
+source "$here/wine-run.sh"
+
 # The add-in's keys under both roots, the library's folder written LIB.
 snapshot() {
   local root k
   for root in HKEY_LOCAL_MACHINE HKEY_CURRENT_USER; do
     for k in "${keys[@]}"; do
-      "$wine" reg query "$root\\$k" /s 2>/dev/null | tr -d '\r' | grep -v '^reg: ' || true
+      { wine_run reg query "$root\\$k" /s || true; } | { grep -v '^reg: ' || true; } | sed -e '/./,$!d'
     done
   done | LIB="$lib" awk '{ lib = ENVIRON["LIB"]
                           while ((i = index($0, lib)) > 0) $0 = substr($0, 1, i - 1) "LIB" substr($0, i + length(lib))
@@ -44,8 +46,8 @@ check() {  # what was done, the file of what the registry must hold ("" for noth
 }
 
 regsvr() {  # [/u] and the library
-  if ! "$wine" regsvr32 /s "$@"; then
-    echo "FAIL: regsvr32 $* answered $?"
+  if ! wine_run regsvr32 /s "$@"; then
+    echo "FAIL: regsvr32 $* failed"
     exit 1
   fi
 }
@@ -53,9 +55,9 @@ regsvr() {  # [/u] and the library
 ini="$work/lib/Corvelle.ini"
 # Whatever an earlier run left, both ways.
 printf '[CONFIG]\r\nPRIVILEGES=user\r\n' > "$ini"
-"$wine" regsvr32 /s /u "$lib\\Corvelle.dll" || true
+wine_run regsvr32 /s /u "$lib\\Corvelle.dll" || true
 rm -f "$ini"
-"$wine" regsvr32 /s /u "$lib\\Corvelle.dll" || true
+wine_run regsvr32 /s /u "$lib\\Corvelle.dll" || true
 check "a clean start" ""
 
 regsvr "$lib\\Corvelle.dll"

@@ -11,20 +11,21 @@ wineserver=$(dirname "$wine")/wineserver
 [ -x "$wineserver" ] || wineserver=$(dirname "$wine")/wineserver64
 [ -x "$wineserver" ] || wineserver=wineserver
 
+source "$(dirname "$0")/wine-run.sh"
 fail() { echo "FAIL: $*"; exit 1; }
-has_key() { "$wine" reg query "$1" >/dev/null 2>&1; }
+has_key() { wine_run reg query "$1" >/dev/null 2>&1; }
 addin='Software\Microsoft\Office\Outlook\AddIns\Corvelle.Corvelle'
 clsid='Software\Classes\CLSID\{C185AA98-016C-4850-AB95-780D467A56C4}'
 
-programs=$("$wine" cmd /c 'echo %LOCALAPPDATA%' | tr -d '\r')'\Programs\Corvelle'
-folder=$("$wine" winepath.exe -u "$programs" | tr -d '\r')
+programs=$(wine_run cmd /c 'echo %LOCALAPPDATA%')'\Programs\Corvelle'
+folder=$(wine_run winepath.exe -u "$programs")
 folder=${folder%/}
 
 # What is registered for all users (the build's own registration, in a test run) stays as it is.
-machine() { "$wine" reg query "HKLM\\$addin" /s 2>/dev/null | tr -d '\r' | grep -v '^reg: ' || true; }
+machine() { { wine_run reg query "HKLM\\$addin" /s || true; } | { grep -v '^reg: ' || true; }; }
 machine_before=$(machine)
 
-"$wine" "$(cd "$(dirname "$setup")" && pwd)/$(basename "$setup")" /S || fail "the setup answered $?"
+wine_run "$(cd "$(dirname "$setup")" && pwd)/$(basename "$setup")" /S || fail "the setup failed"
 "$wineserver" -w
 for f in Corvelle.dll Corvelle.ini uninstall.exe $(cd "$resources" && ls); do
   [ -f "$folder/$f" ] || fail "the setup did not install $f"
@@ -37,7 +38,7 @@ echo "ok: installed and registered for the current user"
 
 # A file of the user's, as Corvelle writes beside the DLL, stays.
 printf 'data' > "$folder/Tasks.bin"
-"$wine" "$folder/uninstall.exe" /S || fail "the uninstaller answered $?"
+wine_run "$folder/uninstall.exe" /S || fail "the uninstaller failed"
 "$wineserver" -w
 for f in Corvelle.dll Corvelle.ini uninstall.exe $(cd "$resources" && ls); do
   [ ! -e "$folder/$f" ] || fail "the uninstaller left $f"
