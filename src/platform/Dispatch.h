@@ -18,6 +18,9 @@ class IDispatch {
 public:
     virtual ~IDispatch() = default;
     virtual void Invoke(int32_t dispId, const std::vector<Variant>& args) {}
+    // A property read by name, late-bound, for an object whose interface the caller doesn't
+    // know. A name the object lacks raises EOleException.
+    virtual Variant GetProperty(const std::string& name);
 };
 
 [[noreturn]] void ThrowIntfCastError();

@@ -37,11 +37,13 @@
 #include "sim/ScriptLexer.h"
 #include "sim/SimServices.h"
 #include "toolkit/Forms.h"
+#include "toolkit/Menus.h"
 
 class TAddInModule;
 class TcxDBTreeList;
 class TcxTreeListNode;
 class TdxMemData;
+class TDMTextTarget;
 
 namespace sim {
 
@@ -53,7 +55,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-class TScriptHost : public IModalHost {
+class TScriptHost : public IModalHost, public IPopupHost {
 public:
     // dir: the add-in's folder (the simulated add-in file is dir/Corvelle.dll); out: the
     // transcript. The host snapshots the day logs present, so that `log` shows this run's lines.
@@ -68,6 +70,8 @@ public:
 
     // The modal loop: runs the following commands until the form is hidden.
     void RunModal(TForm& form) override;
+    // A menu popped up: printed as MENU and its captions; the `menu` command picks from it.
+    void ShowPopup(TPopupMenu& menu, int x, int y) override;
 
     // Ends the process after an error found inside a modal loop; it must not return. The
     // default flushes the output and exits with the status at once, without unwinding.
@@ -139,6 +143,19 @@ private:
     void CmdTree(const Words& a);
     nlohmann::ordered_json ModuleVariable(const std::string& name);
 
+    // ---- drags and menus (ScriptDrag.cpp) ------------------------------------------------------
+    struct DropSite {
+        TcxDBTreeList* tree;
+        TDMTextTarget* target;
+    };
+    DropSite ResolveDropSite(const std::string& target);
+    // The line of the tree that shows the node; past the last line for none.
+    int LineOf(TcxDBTreeList& tree, TcxTreeListNode* node, const std::string& target, const std::string& path);
+    void CmdDrag(const Words& a);
+    void CmdDrop(const Words& a);
+    void CmdMenu(const Words& a);
+    void CmdDragNode(const Words& a);
+
     // ---- tables, files, the log, the mailbox (ScriptData.cpp) ---------------------------------
     void SnapshotLogs();
     void CmdTable(const Words& a);
@@ -169,7 +186,7 @@ private:
     int currentLine_ = 0;               // the line of the command running now
     std::vector<TForm*> modal_;         // the modal forms open, the innermost last
     size_t seenDialogErrors_ = 0;
-    std::vector<std::shared_ptr<TSimItem>> pendingAdds_;
+    TPopupMenu* shownMenu_ = nullptr;  // the menu popped up and not yet closed
     std::map<std::string, uintmax_t> logSizes_;  // the day logs at the start and their sizes
 };
 
