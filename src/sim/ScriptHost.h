@@ -40,6 +40,7 @@
 
 class TAddInModule;
 class TcxDBTreeList;
+class TcxGridDBTableView;
 class TcxTreeListNode;
 class TdxMemData;
 
@@ -77,6 +78,10 @@ public:
     const std::string& Dir() const { return dir_; }
     // The add-in module started last; nullptr before the first start.
     TAddInModule* Module() const { return module_.get(); }
+    // Makes a form of the caller's nameable by scripts, beside the system's own (tests use it).
+    // The form must outlive the host or be removed first.
+    void AddForm(TForm& form);
+    void RemoveForm(TForm& form);
 
 private:
     using Words = std::vector<std::string>;
@@ -139,6 +144,15 @@ private:
     void CmdTree(const Words& a);
     nlohmann::ordered_json ModuleVariable(const std::string& name);
 
+    // ---- grid views and page controls (ScriptGrid.cpp) ----------------------------------------
+    // The record of a key in a view, -1 for none (the empty space); EScriptError for a key
+    // the view doesn't show.
+    int ResolveRecord(TcxGridDBTableView& view, const std::string& target, const std::string& key);
+    void ClickRecord(TcxGridDBTableView& view, const Words& a, bool twice);
+    void FocusRecord(TcxGridDBTableView& view, const Words& a);
+    void CmdGrid(const Words& a);
+    void CmdTab(const Words& a);
+
     // ---- tables, files, the log, the mailbox (ScriptData.cpp) ---------------------------------
     void SnapshotLogs();
     void CmdTable(const Words& a);
@@ -171,6 +185,7 @@ private:
     size_t seenDialogErrors_ = 0;
     std::vector<std::shared_ptr<TSimItem>> pendingAdds_;
     std::map<std::string, uintmax_t> logSizes_;  // the day logs at the start and their sizes
+    std::vector<TForm*> extraForms_;              // AddForm
 };
 
 // Text of a value for `get` and the like: null, true/false, numbers, strings, dates as
