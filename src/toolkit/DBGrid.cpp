@@ -204,12 +204,6 @@ TcxGridDrawnCell TcxGridDBTableView::DrawCell(int index, TcxGridDBColumn& column
 
 // ---- focus --------------------------------------------------------------------------------------
 
-int TcxGridDBTableView::CursorRow() const {
-    if (!Bound() || DataSet()->RecordCount() == 0) return -1;
-    int row = DataSet()->CurRec();
-    return RecordIndexOfRow(row) >= 0 ? row : -1;
-}
-
 int TcxGridDBTableView::FocusedRecordIndex() const {
     if (!focusedBookmark_ || !Bound()) return -1;
     TdxMemData* t = DataSet();
@@ -220,16 +214,21 @@ int TcxGridDBTableView::FocusedRecordIndex() const {
 }
 
 void TcxGridDBTableView::SyncFocusToCursor(bool layoutChanged) {
-    int row = CursorRow();
-    TBookmark now = row >= 0 ? DataSet()->RowBookmark(row) : 0;
-    if (now == focusedBookmark_) {
-        focusedRow_ = row;
-        return;
+    // Runs at every move of the cursor: one look at the cursor's row, nothing per row.
+    TdxMemData* t = DataSet();
+    int row = -1;
+    int index = -1;
+    if (Bound() && t->RecordCount() > 0) {
+        index = RecordIndexOfRow(t->CurRec());
+        if (index >= 0) row = t->CurRec();
     }
-    int previous = !layoutChanged && OnFocusedRecordChanged ? FocusedRecordIndex() : -1;
+    TBookmark now = row >= 0 ? t->RowBookmark(row) : 0;
+    int previous = layoutChanged ? -1 : focusedIndex_;
     focusedRow_ = row;
+    focusedIndex_ = index;
+    if (now == focusedBookmark_) return;
     focusedBookmark_ = now;
-    if (OnFocusedRecordChanged) OnFocusedRecordChanged(*this, previous, RecordIndexOfRow(row));
+    if (OnFocusedRecordChanged) OnFocusedRecordChanged(*this, previous, index);
 }
 
 void TcxGridDBTableView::FocusRow(int row) {
@@ -237,14 +236,13 @@ void TcxGridDBTableView::FocusRow(int row) {
     if (row != t->CurRec() || t->State() != TDataSetState::dsBrowse) t->GotoRow(row);
     // While the table holds its notifications back, the view focuses the record itself.
     TBookmark b = t->RowBookmark(row);
-    if (b == focusedBookmark_) {
-        focusedRow_ = row;
-        return;
-    }
-    int previous = OnFocusedRecordChanged ? FocusedRecordIndex() : -1;
+    int index = RecordIndexOfRow(row);
+    int previous = focusedBookmark_ ? FocusedRecordIndex() : -1;
     focusedRow_ = row;
+    focusedIndex_ = index;
+    if (b == focusedBookmark_) return;
     focusedBookmark_ = b;
-    if (OnFocusedRecordChanged) OnFocusedRecordChanged(*this, previous, RecordIndexOfRow(row));
+    if (OnFocusedRecordChanged) OnFocusedRecordChanged(*this, previous, index);
 }
 
 void TcxGridDBTableView::SetFocusedRecordIndex(int index) {

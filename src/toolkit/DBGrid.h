@@ -195,8 +195,6 @@ private:
     bool Bound() const;
     TField* KeyField() const;
     TField* FieldOf(const TcxGridDBColumn& column) const;
-    // The table row under the cursor when the view shows it; -1 otherwise.
-    int CursorRow() const;
     void SyncFocusToCursor(bool layoutChanged);
     void FocusRow(int row);
     // Sorted views keep their order; others read the table's.
@@ -205,9 +203,11 @@ private:
 
     TDataSource* source_ = nullptr;
     std::vector<std::unique_ptr<TcxGridDBColumn>> columns_;
-    // The focus: the row and its bookmark (0 when no record is focused).
+    // The focus: the row, its bookmark (0 when no record is focused) and its index in the view
+    // when the view last heard from the table.
     int focusedRow_ = -1;
     TBookmark focusedBookmark_ = 0;
+    int focusedIndex_ = -1;
     int hitIndex_ = -1;
 
     // The order of a sorted view, built when first needed after a change.
