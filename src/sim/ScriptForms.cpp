@@ -1,4 +1,5 @@
-// The commands that act on forms: click, dblclick, focus, call, set, get, tree.
+// The commands that act on forms: click, dblclick, focus, call, set, get, tree. The forms of
+// click, dblclick and focus on a grid view's records are in ScriptGrid.cpp.
 #include "sim/ScriptHost.h"
 
 #include "filing/ufmAppointments.h"
@@ -282,7 +283,16 @@ const VariableEntry kVariables[] = {
 // ---------------------------------------------------------------------------------------------
 // Finding forms, controls and nodes
 
+void TScriptHost::AddForm(TForm& form) {
+    RemoveForm(form);
+    extraForms_.push_back(&form);
+}
+
+void TScriptHost::RemoveForm(TForm& form) { std::erase(extraForms_, &form); }
+
 TForm& TScriptHost::FormByName(const std::string& name) {
+    for (TForm* f : extraForms_)
+        if (SameName(f->Name(), name)) return *f;
     for (const FormEntry& e : kForms) {
         if (!SameName(e.name, name)) continue;
         if (!module_) throw EScriptError("the form " + name + " does not exist (the add-in has not been started)");
@@ -396,6 +406,10 @@ void TScriptHost::CmdClick(const Words& a) {
         tree->UserClickNode(node);
         return;
     }
+    if (auto* view = dynamic_cast<TcxGridDBTableView*>(&control)) {
+        ClickRecord(*view, a, false);
+        return;
+    }
     if (a.size() == 2) {
         bool hasItems = false;
         int index = ItemIndexOf(control, a[1], hasItems);
@@ -422,6 +436,10 @@ void TScriptHost::CmdDblClick(const Words& a) {
         tree->UserDblClickNode(node);
         return;
     }
+    if (auto* view = dynamic_cast<TcxGridDBTableView*>(&control)) {
+        ClickRecord(*view, a, true);
+        return;
+    }
     if (a.size() != 1) throw EScriptError(a[0] + " is no tree: a double click takes no PATH");
     RequireReachable(control, a[0], "double-click");
     control.UserDblClick();
@@ -436,6 +454,10 @@ void TScriptHost::CmdFocus(const Words& a) {
         TcxTreeListNode* node = a.size() == 2 ? ResolvePath(*tree, a[0], a[1]) : nullptr;
         RequireReachable(control, a[0], "focus");
         tree->UserFocusNode(node);
+        return;
+    }
+    if (auto* view = dynamic_cast<TcxGridDBTableView*>(&control)) {
+        FocusRecord(*view, a);
         return;
     }
     if (a.size() != 1) throw EScriptError(a[0] + " is no tree: focus takes no PATH");

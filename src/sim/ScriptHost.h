@@ -41,6 +41,7 @@
 
 class TAddInModule;
 class TcxDBTreeList;
+class TcxGridDBTableView;
 class TcxTreeListNode;
 class TdxMemData;
 class TDMTextTarget;
@@ -81,6 +82,10 @@ public:
     const std::string& Dir() const { return dir_; }
     // The add-in module started last; nullptr before the first start.
     TAddInModule* Module() const { return module_.get(); }
+    // Makes a form of the caller's nameable by scripts, beside the system's own (tests use it).
+    // The form must outlive the host or be removed first.
+    void AddForm(TForm& form);
+    void RemoveForm(TForm& form);
 
 private:
     using Words = std::vector<std::string>;
@@ -156,6 +161,15 @@ private:
     void CmdMenu(const Words& a);
     void CmdDragNode(const Words& a);
 
+    // ---- grid views and page controls (ScriptGrid.cpp) ----------------------------------------
+    // The record of a key in a view, -1 for none (the empty space); EScriptError for a key
+    // the view doesn't show.
+    int ResolveRecord(TcxGridDBTableView& view, const std::string& target, const std::string& key);
+    void ClickRecord(TcxGridDBTableView& view, const Words& a, bool twice);
+    void FocusRecord(TcxGridDBTableView& view, const Words& a);
+    void CmdGrid(const Words& a);
+    void CmdTab(const Words& a);
+
     // ---- tables, files, the log, the mailbox (ScriptData.cpp) ---------------------------------
     void SnapshotLogs();
     void CmdTable(const Words& a);
@@ -188,6 +202,7 @@ private:
     size_t seenDialogErrors_ = 0;
     TPopupMenu* shownMenu_ = nullptr;  // the menu popped up and not yet closed
     std::map<std::string, uintmax_t> logSizes_;  // the day logs at the start and their sizes
+    std::vector<TForm*> extraForms_;              // AddForm
 };
 
 // Text of a value for `get` and the like: null, true/false, numbers, strings, dates as
