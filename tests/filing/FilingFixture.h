@@ -53,10 +53,10 @@ protected:
         ASSERT_TRUE(Tree().UserFocusNode(Node(id)));
     }
     int LineOf(int id) {
-        auto shown = Tree().VisibleNodes();
-        for (size_t i = 0; i < shown.size(); ++i)
-            if (shown[i] == Node(id)) return static_cast<int>(i);
-        return static_cast<int>(shown.size());
+        auto lines = Tree().VisibleNodes();
+        for (size_t i = 0; i < lines.size(); ++i)
+            if (lines[i] == Node(id)) return static_cast<int>(i);
+        return static_cast<int>(lines.size());
     }
     // An Outlook drag over the task and its drop there (0 for the empty space below the nodes).
     void DropOn(int id) {

@@ -9,10 +9,6 @@
 using outlook::_MailItem;
 using platform::QueryInterface;
 
-namespace {
-std::shared_ptr<sim::TSimItem> Sim(const std::shared_ptr<platform::IDispatch>& d) { return sim::TSimItem::From(d); }
-}  // namespace
-
 TEST_F(FilingTest, ANewMailIsFiledOnceWhenSentOnTheTaskFocusedThen) {
     Pane().Newemail1Click();
     auto draft = host_->Outlook.ActiveItem();
