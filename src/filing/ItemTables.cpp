@@ -17,13 +17,7 @@ void FilterItemTable(TdxMemData& table, int TaskID) {
     // First posts a pending row. The pass then reads the key column directly, in table order,
     // without moving the cursor row by row: what it leaves is what the row-by-row walk leaves.
     table.First();
-    const int field = table.FieldByName("TaskID").Index();
-    const int rows = table.RowCount();
-    std::vector<int>& list = table.FilterList();
-    for (int row = 0; row < rows; ++row) {
-        const auto* id = std::get_if<int64_t>(&table.Cell(row, field));
-        if (id && *id == TaskID) list.push_back(row + 1);
-    }
+    table.FindIntegerRows(table.FieldByName("TaskID").Index(), TaskID, table.FilterList());
     table.SetFiltered(true);
 }
 
