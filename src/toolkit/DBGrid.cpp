@@ -93,15 +93,18 @@ void TcxGridDBTableView::EnsureOrder() const {
     const TcxGridDBColumn* group = GroupingColumn();
     if (order_.valid && order_.column == column && (!column || order_.direction == column->SortOrder) &&
         order_.groupColumn == group && (!group || order_.groupDirection == group->SortOrder) &&
-        static_cast<int>(order_.rows.size()) == t->RecordCount() &&
-        static_cast<int>(order_.indexOfRow.size()) == t->RowCount())
+        order_.shownCount == t->RecordCount() && static_cast<int>(order_.indexOfRow.size()) == t->RowCount())
         return;
     const bool regrouped = order_.groupColumn != group;
     order_.column = column;
     order_.direction = column ? column->SortOrder : TcxSortOrder::soNone;
     order_.groupColumn = group;
     order_.groupDirection = group ? group->SortOrder : TcxSortOrder::soNone;
+    order_.shownCount = t->RecordCount();
     order_.rows = t->VisibleRows();
+    // A filter list written by hand may name rows that are not there: they show nothing.
+    const int rowCount = t->RowCount();
+    std::erase_if(order_.rows, [rowCount](int row) { return row < 0 || row >= rowCount; });
     TField* sortField = column && column != group ? FieldOf(*column) : nullptr;
     TField* groupField = group ? FieldOf(*group) : nullptr;
     const bool sortDesc = column && column->SortOrder == TcxSortOrder::soDescending;
@@ -144,7 +147,7 @@ int TcxGridDBTableView::RecordRow(int index) const {
     TdxMemData* t = DataSet();
     if (Ordered()) {
         EnsureOrder();
-        return order_.rows[static_cast<size_t>(index)];
+        return index < static_cast<int>(order_.rows.size()) ? order_.rows[static_cast<size_t>(index)] : -1;
     }
     if (!t->Filtered()) return index;
     int row = t->FilterList()[static_cast<size_t>(index)] - 1;

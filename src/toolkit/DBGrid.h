@@ -275,6 +275,7 @@ private:
         TcxSortOrder direction = TcxSortOrder::soNone;
         const TcxGridDBColumn* groupColumn = nullptr;
         TcxSortOrder groupDirection = TcxSortOrder::soNone;
+        int shownCount = 0;           // the table's count of shown rows when built
         std::vector<int> rows;        // table rows in view order
         std::vector<int> indexOfRow;  // by table row: record index, or -1
         std::vector<int> groupStarts; // the first record of each group

@@ -311,6 +311,16 @@ TEST_F(GridTest, ASortingColumnOrdersTheRecordsAndKeepsTheTableUntouched) {
     EXPECT_EQ(table->FieldByName("Subject").AsString(), "C");
     Add(1, "d");
     EXPECT_EQ(Shown(fm.View2), "d*;C;b;a;");
+
+    // A filter list written by hand with a position beyond the table: that record shows nothing.
+    table->SetProgrammedFilter(true);
+    table->FilterList() = {2, 1};
+    table->SetFiltered(true);
+    table->FilterList().push_back(99);
+    EXPECT_EQ(Shown(fm.View2), "C*;b;;");
+    EXPECT_EQ(Shown(), "C*;b;;");
+    EXPECT_EQ(fm.View2.RecordRow(2), -1);
+    EXPECT_TRUE(fm.View2.KeyValue(2).IsNull());
 }
 
 TEST_F(GridTest, ThePropertiesAHostReads) {
