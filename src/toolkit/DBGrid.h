@@ -20,6 +20,20 @@
 // cursor. The focused-record-changed event fires once whenever the focused record changes,
 // whoever moved it. Owner-drawn cells run their column's draw handler each time they are drawn;
 // the picture the handler drew is readable, without pixels.
+//
+// A form declares a grid as members and binds it in its constructor, the data source last:
+//
+//   TcxGrid cxGrid1{this, "cxGrid1"};
+//   TcxGridDBBandedTableView cxGridDBBandedTableView1{this, "cxGridDBBandedTableView1", &cxGrid1};
+//   TcxGridDBBandedColumn& clSubject = cxGridDBBandedTableView1.CreateColumn("clSubject", "Subject");
+//   TcxGridDBBandedColumn& clText = cxGridDBBandedTableView1.CreateColumn("clText", "Text", 1);  // line 2
+//   ...
+//   clSubject.Caption = "Subject";
+//   clSubject.Width = 481;
+//   Bind(clMessageClass.OnCustomDrawCell, "clMessageClassCustomDrawCell", &TfmEmails::clMessageClassCustomDrawCell);
+//   Bind(cxGridDBBandedTableView1.OnDblClick, "cxGridDBBandedTableView1DblClick", &TfmEmails::...DblClick);
+//   cxGridDBBandedTableView1.PopupMenu = &PopupMenu1;
+//   cxGridDBBandedTableView1.SetDataSource(&dsMemDataEmails);
 #include <functional>
 #include <set>
 #include <string>
