@@ -80,6 +80,13 @@ const TcxGridDBColumn* TcxGridDBTableView::SortColumn() const {
     return nullptr;
 }
 
+bool TcxGridDBTableView::Ordered() const {
+    // Asked at every move of the cursor: one pass over the columns.
+    for (const auto& c : columns_)
+        if ((c->SortOrder != TcxSortOrder::soNone || c->GroupIndex >= 0) && FieldOf(*c)) return true;
+    return false;
+}
+
 TcxGridDBColumn* TcxGridDBTableView::GroupingColumn() const {
     TcxGridDBColumn* best = nullptr;
     for (const auto& c : columns_)

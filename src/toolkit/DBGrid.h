@@ -266,7 +266,7 @@ private:
     void FocusRow(int row);
     // Sorted and grouped views keep their order; others read the table's.
     const TcxGridDBColumn* SortColumn() const;
-    bool Ordered() const { return SortColumn() || GroupingColumn(); }
+    bool Ordered() const;
     void EnsureOrder() const;
     // Expands the group of a record that takes the focus.
     void RevealRecord(int index);
