@@ -1,6 +1,7 @@
 // The commands on grid views and page controls: grid, tab, and the record forms of click,
 // dblclick and focus.
 #include <charconv>
+#include <functional>
 
 #include "sim/ScriptHost.h"
 #include "toolkit/Controls.h"
@@ -31,6 +32,19 @@ void TScriptHost::FocusRecord(TcxGridDBTableView& view, const Words& a) {
     view.UserFocusRecord(index);
 }
 
+namespace {
+
+// " COLUMN=\"TEXT\"" for each total of a footer's items.
+std::string Totals(const std::vector<TcxGridDBTableSummaryItem>& items, const std::function<std::string(int)>& text) {
+    std::string out;
+    for (size_t i = 0; i < items.size(); ++i)
+        out += " " + (items[i].Column ? items[i].Column->Name() : std::string("-")) + "=" +
+               ScriptJson(text(static_cast<int>(i)));
+    return out;
+}
+
+}  // namespace
+
 void TScriptHost::CmdGrid(const Words& a) {
     if (a.size() != 1) Usage(Find(Commands(), "grid", "command"));
     auto [formName, name] = SplitTarget(a[0], "FORM.VIEW");
@@ -38,19 +52,39 @@ void TScriptHost::CmdGrid(const Words& a) {
     auto* view = dynamic_cast<TcxGridDBTableView*>(&ControlOf(form, formName, name));
     if (!view) throw EScriptError(a[0] + " is not a grid view");
     std::vector<TcxGridDBColumn*> columns = view->VisibleColumns();
-    int count = view->RecordCount();
+    TcxGridDBColumn* grouping = view->GroupingColumn();
+    const std::string indent = grouping ? "  " : "";
     int focused = view->FocusedRecordIndex();
-    out_ << "GRID " << a[0] << " rows=" << count << "\n";
+    out_ << "GRID " << a[0] << " rows=" << view->RecordCount() << "\n";
     std::string line;
-    for (int i = 0; i < count; ++i) {
-        line = "[" + view->KeyValue(i).AsString() + "]";
-        for (TcxGridDBColumn* c : columns) {
-            line += " " + c->Name() + "=";
-            TcxGridDrawnCell cell = view->DrawCell(i, *c);
-            if (cell.OwnerDrawn) line += cell.ImageIndex >= 0 ? "img:" + std::to_string(cell.ImageIndex) : "img:-";
-            else line += ScriptJson(cell.Text);
+    for (const TcxGridViewRow& r : view->ViewRows()) {
+        switch (r.Kind) {
+            case TcxGridRowKind::Record:
+                line = indent + "[" + view->KeyValue(r.Index).AsString() + "]";
+                for (TcxGridDBColumn* c : columns) {
+                    if (c == grouping) continue;  // the group's line shows it
+                    line += " " + c->Name() + "=";
+                    TcxGridDrawnCell cell = view->DrawCell(r.Index, *c);
+                    if (cell.OwnerDrawn) line += cell.ImageIndex >= 0 ? "img:" + std::to_string(cell.ImageIndex) : "img:-";
+                    else line += ScriptJson(cell.Text);
+                }
+                if (r.Index == focused) line += " *";
+                break;
+            case TcxGridRowKind::Group: {
+                TcxGridGroup g = view->Groups(r.Index);
+                line = "GROUP " + grouping->Name() + "=" + ScriptJson(g.DisplayText) + " rows=" +
+                       std::to_string(g.RecordCount) + (g.Expanded ? " expanded" : " collapsed");
+                break;
+            }
+            case TcxGridRowKind::GroupFooter:
+                line = indent + "GROUPFOOTER" + Totals(view->Summary.DefaultGroupSummaryItems, [&](int i) {
+                           return view->GroupSummaryText(r.Index, i);
+                       });
+                break;
+            case TcxGridRowKind::Footer:
+                line = "FOOTER" + Totals(view->Summary.FooterSummaryItems, [&](int i) { return view->FooterSummaryText(i); });
+                break;
         }
-        if (i == focused) line += " *";
         out_ << line << "\n";
     }
 }

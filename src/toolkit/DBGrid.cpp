@@ -80,28 +80,71 @@ const TcxGridDBColumn* TcxGridDBTableView::SortColumn() const {
     return nullptr;
 }
 
+bool TcxGridDBTableView::Ordered() const {
+    // Asked at every move of the cursor: one pass over the columns.
+    for (const auto& c : columns_)
+        if ((c->SortOrder != TcxSortOrder::soNone || c->GroupIndex >= 0) && FieldOf(*c)) return true;
+    return false;
+}
+
+TcxGridDBColumn* TcxGridDBTableView::GroupingColumn() const {
+    TcxGridDBColumn* best = nullptr;
+    for (const auto& c : columns_)
+        if (c->GroupIndex >= 0 && (!best || c->GroupIndex < best->GroupIndex) && FieldOf(*c)) best = c.get();
+    return best;
+}
+
 void TcxGridDBTableView::EnsureOrder() const {
     TdxMemData* t = DataSet();
     const TcxGridDBColumn* column = SortColumn();
-    if (order_.valid && order_.column == column && column && order_.direction == column->SortOrder &&
-        static_cast<int>(order_.rows.size()) == t->RecordCount() &&
-        static_cast<int>(order_.indexOfRow.size()) == t->RowCount())
+    const TcxGridDBColumn* group = GroupingColumn();
+    if (order_.valid && order_.column == column && (!column || order_.direction == column->SortOrder) &&
+        order_.groupColumn == group && (!group || order_.groupDirection == group->SortOrder) &&
+        order_.shownCount == t->RecordCount() && static_cast<int>(order_.indexOfRow.size()) == t->RowCount())
         return;
+    const bool regrouped = order_.groupColumn != group;
     order_.column = column;
     order_.direction = column ? column->SortOrder : TcxSortOrder::soNone;
+    order_.groupColumn = group;
+    order_.groupDirection = group ? group->SortOrder : TcxSortOrder::soNone;
+    order_.shownCount = t->RecordCount();
     order_.rows = t->VisibleRows();
-    if (column) {
-        TField& f = *FieldOf(*column);
-        int fi = f.Index();
-        bool desc = column->SortOrder == TcxSortOrder::soDescending;
+    // A filter list written by hand may name rows that are not there: they show nothing.
+    const int rowCount = t->RowCount();
+    std::erase_if(order_.rows, [rowCount](int row) { return row < 0 || row >= rowCount; });
+    TField* sortField = column && column != group ? FieldOf(*column) : nullptr;
+    TField* groupField = group ? FieldOf(*group) : nullptr;
+    const bool sortDesc = column && column->SortOrder == TcxSortOrder::soDescending;
+    const bool groupDesc = group && group->SortOrder == TcxSortOrder::soDescending;
+    if (sortField || groupField) {
         std::stable_sort(order_.rows.begin(), order_.rows.end(), [&](int a, int b) {
-            int r = t->CompareCells(f, t->Cell(a, fi), t->Cell(b, fi), true);
-            return desc ? r > 0 : r < 0;
+            if (groupField) {
+                // Groups compare with case, so that each group's rows stand together.
+                int fi = groupField->Index();
+                int r = t->CompareCells(*groupField, t->Cell(a, fi), t->Cell(b, fi), false);
+                if (r != 0) return groupDesc ? r > 0 : r < 0;
+            }
+            if (!sortField) return false;
+            int fi = sortField->Index();
+            int r = t->CompareCells(*sortField, t->Cell(a, fi), t->Cell(b, fi), true);
+            return sortDesc ? r > 0 : r < 0;
         });
     }
     order_.indexOfRow.assign(static_cast<size_t>(t->RowCount()), -1);
     for (size_t i = 0; i < order_.rows.size(); ++i) order_.indexOfRow[static_cast<size_t>(order_.rows[i])] = static_cast<int>(i);
+    order_.groupStarts.clear();
+    if (groupField) {
+        int fi = groupField->Index();
+        for (size_t i = 0; i < order_.rows.size(); ++i)
+            if (i == 0 || t->CompareCells(*groupField, t->Cell(order_.rows[i], fi), t->Cell(order_.rows[i - 1], fi), false) != 0)
+                order_.groupStarts.push_back(static_cast<int>(i));
+    }
     order_.valid = true;
+    if (regrouped && groupField && focusedBookmark_) {
+        // The records just fell into groups: the focused one's group opens.
+        int focused = FocusedRecordIndex();
+        if (focused >= 0) expandedGroups_.insert(DisplayTexts(focused, *group));
+    }
 }
 
 int TcxGridDBTableView::RecordCount() const { return Bound() ? DataSet()->RecordCount() : 0; }
@@ -109,9 +152,9 @@ int TcxGridDBTableView::RecordCount() const { return Bound() ? DataSet()->Record
 int TcxGridDBTableView::RecordRow(int index) const {
     if (index < 0 || index >= RecordCount()) return -1;
     TdxMemData* t = DataSet();
-    if (SortColumn()) {
+    if (Ordered()) {
         EnsureOrder();
-        return order_.rows[static_cast<size_t>(index)];
+        return index < static_cast<int>(order_.rows.size()) ? order_.rows[static_cast<size_t>(index)] : -1;
     }
     if (!t->Filtered()) return index;
     int row = t->FilterList()[static_cast<size_t>(index)] - 1;
@@ -121,7 +164,7 @@ int TcxGridDBTableView::RecordRow(int index) const {
 int TcxGridDBTableView::RecordIndexOfRow(int row) const {
     if (!Bound() || row < 0 || row >= DataSet()->RowCount()) return -1;
     TdxMemData* t = DataSet();
-    if (SortColumn()) {
+    if (Ordered()) {
         EnsureOrder();
         return order_.indexOfRow[static_cast<size_t>(row)];
     }
@@ -202,6 +245,74 @@ TcxGridDrawnCell TcxGridDBTableView::DrawCell(int index, TcxGridDBColumn& column
     return out;
 }
 
+// ---- groups -------------------------------------------------------------------------------------
+
+int TcxGridDBTableView::GroupCount() const {
+    if (!Bound() || !GroupingColumn()) return 0;
+    EnsureOrder();
+    return static_cast<int>(order_.groupStarts.size());
+}
+
+TcxGridGroup TcxGridDBTableView::Groups(int group) const {
+    TcxGridGroup g;
+    if (group < 0 || group >= GroupCount()) return g;
+    const std::vector<int>& starts = order_.groupStarts;
+    g.FirstRecord = starts[static_cast<size_t>(group)];
+    int end = group + 1 < static_cast<int>(starts.size()) ? starts[static_cast<size_t>(group) + 1]
+                                                         : static_cast<int>(order_.rows.size());
+    g.RecordCount = end - g.FirstRecord;
+    TcxGridDBColumn* column = GroupingColumn();
+    g.Value = Values(g.FirstRecord, *column);
+    g.DisplayText = DisplayTexts(g.FirstRecord, *column);
+    g.Expanded = expandedGroups_.count(g.DisplayText) > 0;
+    return g;
+}
+
+int TcxGridDBTableView::GroupOfRecord(int index) const {
+    if (index < 0 || index >= RecordCount() || GroupCount() == 0) return -1;
+    const std::vector<int>& starts = order_.groupStarts;
+    auto it = std::upper_bound(starts.begin(), starts.end(), index);
+    return static_cast<int>(it - starts.begin()) - 1;
+}
+
+void TcxGridDBTableView::SetGroupExpanded(int group, bool value) {
+    if (group < 0 || group >= GroupCount()) return;
+    std::string key = Groups(group).DisplayText;
+    if (value) expandedGroups_.insert(key);
+    else expandedGroups_.erase(key);
+}
+
+void TcxGridDBTableView::FullExpand() {
+    for (int g = 0, n = GroupCount(); g < n; ++g) SetGroupExpanded(g, true);
+}
+
+void TcxGridDBTableView::FullCollapse() { expandedGroups_.clear(); }
+
+void TcxGridDBTableView::RevealRecord(int index) {
+    if (index >= 0 && GroupingColumn()) SetGroupExpanded(GroupOfRecord(index), true);
+}
+
+std::vector<TcxGridViewRow> TcxGridDBTableView::ViewRows() const {
+    std::vector<TcxGridViewRow> out;
+    int groups = GroupCount();
+    if (groups == 0) {
+        for (int i = 0, n = RecordCount(); i < n; ++i) out.push_back({TcxGridRowKind::Record, i});
+    } else {
+        bool footers = Options.GroupFooters != TcxGroupFootersMode::gfInvisible && !Summary.DefaultGroupSummaryItems.empty();
+        for (int g = 0; g < groups; ++g) {
+            TcxGridGroup group = Groups(g);
+            out.push_back({TcxGridRowKind::Group, g});
+            if (group.Expanded)
+                for (int i = group.FirstRecord; i < group.FirstRecord + group.RecordCount; ++i)
+                    out.push_back({TcxGridRowKind::Record, i});
+            if (footers && (group.Expanded || Options.GroupFooters == TcxGroupFootersMode::gfAlwaysVisible))
+                out.push_back({TcxGridRowKind::GroupFooter, g});
+        }
+    }
+    if (Options.Footer && !Summary.FooterSummaryItems.empty()) out.push_back({TcxGridRowKind::Footer, -1});
+    return out;
+}
+
 // ---- focus --------------------------------------------------------------------------------------
 
 int TcxGridDBTableView::FocusedRecordIndex() const {
@@ -228,6 +339,7 @@ void TcxGridDBTableView::SyncFocusToCursor(bool layoutChanged) {
     focusedIndex_ = index;
     if (now == focusedBookmark_) return;
     focusedBookmark_ = now;
+    RevealRecord(index);
     if (OnFocusedRecordChanged) OnFocusedRecordChanged(*this, previous, index);
 }
 
@@ -242,6 +354,7 @@ void TcxGridDBTableView::FocusRow(int row) {
     focusedIndex_ = index;
     if (b == focusedBookmark_) return;
     focusedBookmark_ = b;
+    RevealRecord(index);
     if (OnFocusedRecordChanged) OnFocusedRecordChanged(*this, previous, index);
 }
 

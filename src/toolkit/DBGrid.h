@@ -9,13 +9,33 @@
 // display text is made only for the cells drawn or printed. Records are addressed by their index
 // in the view or by the value of the key field.
 //
+// A column can group the view: the records then stand in groups of equal values, each group a
+// line of its own, expanded or collapsed, with its totals in a group footer; the view's footer
+// totals all its records (toolkit/GridSummary.h). A sorted or grouped view keeps its order of the
+// rows, made again when it is next read after the table changed.
+//
 // Binding follows the tree list's rules: the focused record follows the table's one cursor (the
 // view hears the table's data-set-changed and scrolled notifications, none while controls are
 // disabled, and catches up at EnableControls); focusing a record, as a user or by code, moves the
 // cursor. The focused-record-changed event fires once whenever the focused record changes,
 // whoever moved it. Owner-drawn cells run their column's draw handler each time they are drawn;
 // the picture the handler drew is readable, without pixels.
+//
+// A form declares a grid as members and binds it in its constructor, the data source last:
+//
+//   TcxGrid cxGrid1{this, "cxGrid1"};
+//   TcxGridDBBandedTableView cxGridDBBandedTableView1{this, "cxGridDBBandedTableView1", &cxGrid1};
+//   TcxGridDBBandedColumn& clSubject = cxGridDBBandedTableView1.CreateColumn("clSubject", "Subject");
+//   TcxGridDBBandedColumn& clText = cxGridDBBandedTableView1.CreateColumn("clText", "Text", 1);  // line 2
+//   ...
+//   clSubject.Caption = "Subject";
+//   clSubject.Width = 481;
+//   Bind(clMessageClass.OnCustomDrawCell, "clMessageClassCustomDrawCell", &TfmEmails::clMessageClassCustomDrawCell);
+//   Bind(cxGridDBBandedTableView1.OnDblClick, "cxGridDBBandedTableView1DblClick", &TfmEmails::...DblClick);
+//   cxGridDBBandedTableView1.PopupMenu = &PopupMenu1;
+//   cxGridDBBandedTableView1.SetDataSource(&dsMemDataEmails);
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -25,6 +45,7 @@
 #include "toolkit/DBTreeList.h"
 #include "toolkit/Forms.h"
 #include "toolkit/Graphics.h"
+#include "toolkit/GridSummary.h"
 
 class TcxGrid;
 class TcxGridDBTableView;
@@ -70,6 +91,10 @@ public:
     // Sorts the view's records by this column's values (the first sorting column wins); ties keep
     // the table's order.
     TcxSortOrder SortOrder = TcxSortOrder::soNone;
+    // Groups the view's records by this column's values when 0 or more (one level: the column
+    // with the lowest index groups). The groups stand in the order of the values, descending
+    // when the column sorts so.
+    int GroupIndex = -1;
     TcxGridBandedColumnPosition Position;
 
     // Owner drawing: fires each time a cell of the column is drawn. A column with a handler is
@@ -97,6 +122,24 @@ struct TcxGridDrawnCell {
     std::string Text;
 };
 
+// A group of records with equal values in the grouping column.
+struct TcxGridGroup {
+    int FirstRecord = 0;  // the records FirstRecord .. FirstRecord + RecordCount - 1
+    int RecordCount = 0;
+    bool Expanded = false;
+    Variant Value;
+    std::string DisplayText;
+};
+
+// A line of the view as drawn, top to bottom.
+enum class TcxGridRowKind { Record, Group, GroupFooter, Footer };
+struct TcxGridViewRow {
+    TcxGridRowKind Kind;
+    int Index;  // the record or the group; -1 for the footer
+};
+
+enum class TcxGroupFootersMode { gfInvisible, gfVisibleWhenExpanded, gfAlwaysVisible };
+
 // The view's options that its forms set; the headless view is read-only whatever they say.
 struct TcxGridTableViewOptions {
     bool Editing = false;
@@ -107,7 +150,7 @@ struct TcxGridTableViewOptions {
     bool Header = true;
     bool BandHeaders = false;
     bool Footer = false;
-    bool GroupFooters = false;
+    TcxGroupFootersMode GroupFooters = TcxGroupFootersMode::gfInvisible;
     bool CellEndEllipsis = false;
 };
 
@@ -126,6 +169,7 @@ public:
     std::string KeyFieldNames = "ID";
     TcxGridTableViewOptions Options;
     TPopupMenu* PopupMenu = nullptr;
+    TcxDataSummary Summary;
 
     // ---- columns ---------------------------------------------------------------------------------
     TcxGridDBColumn& CreateColumn(std::string name, std::string fieldName = std::string());
@@ -153,6 +197,29 @@ public:
     std::string DisplayTexts(int index, const TcxGridDBColumn& column) const;
     // Draws a cell: runs an owner-drawn column's handler, once per call.
     TcxGridDrawnCell DrawCell(int index, TcxGridDBColumn& column);
+
+    // ---- groups and totals ---------------------------------------------------------------------
+    // The grouping column; nullptr for a view without groups.
+    TcxGridDBColumn* GroupingColumn() const;
+    int GroupCount() const;
+    TcxGridGroup Groups(int group) const;
+    // The group of a record; -1 in a view without groups.
+    int GroupOfRecord(int index) const;
+    // A group stays expanded or collapsed by its value while the view changes. Groups are
+    // collapsed at first; the focused record's group is expanded when the view is grouped and
+    // whenever the focus moves into it, so that the focus shows.
+    void SetGroupExpanded(int group, bool value);
+    void FullExpand();
+    void FullCollapse();
+    // The lines of the view: the records, or the groups with the records of the expanded ones
+    // and their footers, then the footer.
+    std::vector<TcxGridViewRow> ViewRows() const;
+    // The totals of the footer and of a group's footer, item by item; what a cell of the footer
+    // shows is the text.
+    Variant FooterSummaryValue(int item) const;
+    std::string FooterSummaryText(int item) const;
+    Variant GroupSummaryValue(int group, int item) const;
+    std::string GroupSummaryText(int group, int item) const;
 
     // ---- focus -----------------------------------------------------------------------------------
     // The focused record; -1 when none.
@@ -197,9 +264,14 @@ private:
     TField* FieldOf(const TcxGridDBColumn& column) const;
     void SyncFocusToCursor(bool layoutChanged);
     void FocusRow(int row);
-    // Sorted views keep their order; others read the table's.
+    // Sorted and grouped views keep their order; others read the table's.
     const TcxGridDBColumn* SortColumn() const;
+    bool Ordered() const;
     void EnsureOrder() const;
+    // Expands the group of a record that takes the focus.
+    void RevealRecord(int index);
+    Variant SummaryValue(const TcxGridDBTableSummaryItem& item, int first, int count) const;
+    std::string SummaryText(const TcxGridDBTableSummaryItem& item, const Variant& value) const;
 
     TDataSource* source_ = nullptr;
     std::vector<std::unique_ptr<TcxGridDBColumn>> columns_;
@@ -210,15 +282,20 @@ private:
     int focusedIndex_ = -1;
     int hitIndex_ = -1;
 
-    // The order of a sorted view, built when first needed after a change.
+    // The order of a sorted or grouped view, built when first needed after a change.
     struct Order {
         bool valid = false;
         const TcxGridDBColumn* column = nullptr;
         TcxSortOrder direction = TcxSortOrder::soNone;
+        const TcxGridDBColumn* groupColumn = nullptr;
+        TcxSortOrder groupDirection = TcxSortOrder::soNone;
+        int shownCount = 0;           // the table's count of shown rows when built
         std::vector<int> rows;        // table rows in view order
         std::vector<int> indexOfRow;  // by table row: record index, or -1
+        std::vector<int> groupStarts; // the first record of each group
     };
     mutable Order order_;
+    mutable std::set<std::string> expandedGroups_;  // by the group's display text
 };
 
 // A view whose records take several lines: each column stands on the line its Position gives.

@@ -146,3 +146,22 @@ TEST_F(ScriptGridTest, ARecordOrAPageThatIsNotThereStopsTheScript) {
     }
     EXPECT_EQ(fm.log, "");
 }
+
+TEST_F(ScriptGridTest, AGroupedViewPrintsItsGroupsFootersAndTotals) {
+    fm.clMark.GroupIndex = 0;
+    fm.Mails.Options.Footer = true;
+    fm.Mails.Options.GroupFooters = TcxGroupFootersMode::gfVisibleWhenExpanded;
+    fm.Mails.Summary.FooterSummaryItems.push_back({&fm.clSubject, TcxSummaryKind::skCount, ""});
+    fm.Mails.Summary.DefaultGroupSummaryItems.push_back({&fm.clMark, TcxSummaryKind::skSum, "0.0"});
+    auto [status, text] = Run("grid fmPane.Mails\n");
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(text,
+              "> grid fmPane.Mails\n"
+              "GRID fmPane.Mails rows=3\n"
+              "GROUP clMark=\"0\" rows=1 collapsed\n"
+              "GROUP clMark=\"1\" rows=2 expanded\n"
+              "  [1] clSubject=\"Lease \\\"final\\\"\" clText=\"About Lease \\\"final\\\"\"\n"
+              "  [3] clSubject=\"Receipt\" clText=\"About Receipt\" *\n"
+              "  GROUPFOOTER clMark=\"2.0\"\n"
+              "FOOTER clSubject=\"3\"\n");
+}
