@@ -89,6 +89,7 @@ const std::vector<TScriptHost::Command>& TScriptHost::Commands() {
         {"table", &TScriptHost::CmdTable, "table NAME"},
         {"file", &TScriptHost::CmdFile, "file NAME"},
         {"log", &TScriptHost::CmdLog, "log"},
+        {"excel", &TScriptHost::CmdExcel, "excel [save|quit|absent]"},
         {"outlook", &TScriptHost::CmdOutlook,
          "outlook folders|items|item|add|delete|inspector|set|save|send|close|select|fail ..."},
     };

@@ -4,6 +4,7 @@
 #include "base/Guard.h"
 #include "host/AddinModule.h"
 #include "host/Globals.h"
+#include "reports/uExcel.h"
 #include "tasks/uTasks.h"
 #include "support/ufmOptions.h"
 #include "time/ufmTimer.h"
@@ -45,7 +46,7 @@ TfmList::TfmList()
     cxDBTreeList1.RootValue = Variant(-1);
     cxDBTreeList1.ReadOnly = true;
 
-    // The toolbar. The item commands, the time entry and the export join with their parts.
+    // The toolbar. The item commands and the time entry join with their parts.
     ButtonGroup1.Add("New root task", 23).OnClick = [this] { NewRootTask1Click(); };
     ButtonGroup1.Add("New child task", 10).OnClick = [this] { NewTask1Click(); };
     ButtonGroup1.Add("New note", 11);
@@ -54,7 +55,7 @@ TfmList::TfmList()
     ButtonGroup1.Add("New time entry", 14);
     ButtonGroup1.Add("New contact", 15);
     ButtonGroup1.Add("New distribution list", 16);
-    ButtonGroup1.Add("Export to Microsoft Excel", 24);
+    ButtonGroup1.Add("Export to Microsoft Excel", 24).OnClick = [this] { ButtonGroup1Items8Click(); };
 
     // The popup menu.
     PopupMenu1.Add("NewRootTask1", "New &root task", 23);
@@ -91,6 +92,7 @@ TfmList::TfmList()
     Bind(item("Collapse1"), "Collapse1Click", &TfmList::Collapse1Click);
     Bind(item("Expandthistask1"), "Expandthistask1Click", &TfmList::Expandthistask1Click);
     Bind(item("Completedtasks1"), "Completedtasks1Click", &TfmList::Completedtasks1Click);
+    Bind(item("ExporttoMicrosoftExcel1"), "ButtonGroup1Items8Click", &TfmList::ButtonGroup1Items8Click);
     PublishHandler("SpeedButton1Click", [this] { SpeedButton1Click(); });
     PublishHandler("SpeedButton2Click", [this] { SpeedButton2Click(); });
     PublishHandler("Deletetaskchildren1Click", [this] { Deletetaskchildren1Click(); });
@@ -158,6 +160,31 @@ void TfmList::Collapse1Click() { cxDBTreeList1.FullCollapse(); }
 
 void TfmList::Completedtasks1Click() {
     if (HasRecords(*Globals().MemDataTasks)) Live(Globals().fmOptions).ShowModal();
+}
+
+void TfmList::ButtonGroup1Items8Click() {
+    TModuleGlobals& g = Globals();
+    TdxMemData& tasks = *g.MemDataTasks;
+    if (!HasRecords(tasks)) {
+        ShowMessage("You have no tasks.");
+        return;
+    }
+    platform::IScreen& screen = g.AddInModule->Screen();
+    screen.SetCursor(platform::crHourGlass);
+    TBookmark bookmark = tasks.GetBookmark();
+    tasks.DisableControls();
+    try {
+        TaskReport();
+    } catch (...) {
+        // The failure goes on to the user; the pane is put back as it was first.
+        Swallow([&] { tasks.GotoBookmark(bookmark); });
+        tasks.EnableControls();
+        screen.SetCursor(platform::crDefault);
+        throw;
+    }
+    tasks.GotoBookmark(bookmark);
+    tasks.EnableControls();
+    screen.SetCursor(platform::crDefault);
 }
 
 void TfmList::Expandthistask1Click() {

@@ -54,6 +54,8 @@ public:
     void Collapse1Click();
     void Expandthistask1Click();
     void Completedtasks1Click();
+    // The export: the task report of the tree as it stands, under the hourglass.
+    void ButtonGroup1Items8Click();
 
     // The tree's events.
     void cxDBTreeList1FocusedNodeChanged(TcxDBTreeList& Sender, TcxTreeListNode* PrevFocusedNode,
