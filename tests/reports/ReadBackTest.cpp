@@ -2,33 +2,9 @@
 // test command installs) finds the values, the shading, the indents, the bold and the
 // template's own headings, widths and date format; LibreOffice, where it is installed, turns a
 // report into CSV without complaint.
-#include <cstdio>
-#include <cstdlib>
-
-#include <nlohmann/json.hpp>
-
+#include "common/Openpyxl.h"
 #include "reports/ReportFixture.h"
 
-namespace {
-
-// Runs a command; its standard output, and its exit status in status.
-std::string RunCommand(const std::string& command, int& status) {
-    std::string out;
-    FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe) {
-        status = -1;
-        return out;
-    }
-    char buf[4096];
-    size_t n;
-    while ((n = fread(buf, 1, sizeof buf, pipe)) > 0) out.append(buf, n);
-    status = pclose(pipe);
-    return out;
-}
-
-std::string Python() { return fs::exists("/usr/bin/python3") ? "/usr/bin/python3" : "python3"; }
-
-}  // namespace
 
 class ReadBackTest : public ReportTest {
 protected:
@@ -36,13 +12,10 @@ protected:
     nlohmann::json SaveAndRead(size_t workbook, const std::string& file) {
         fs::path path = root_ / file;
         Workbooks().at(workbook).book->SaveAs(path.string());
-        int status = 0;
-        std::string out = RunCommand(Python() + " " + CORVELLE_SOURCE_DIR "/tests/reports/read_workbook.py '" +
-                                  path.string() + "' 2>&1",
-                              status);
-        EXPECT_EQ(status, 0) << "openpyxl could not read " << file << " (is python3-openpyxl installed?):\n" << out;
-        if (status != 0) return nlohmann::json::object();
-        return nlohmann::json::parse(out);
+        std::string error;
+        nlohmann::json book = ReadWithOpenpyxl(path, error);
+        EXPECT_EQ(error, "");
+        return book;
     }
 };
 
