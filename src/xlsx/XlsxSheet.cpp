@@ -263,15 +263,20 @@ std::string TSheet::Write() {
         a.set_value(ref.c_str());
     }
 
+    // The tags with the sheet's prefix, made once.
     const std::string& p = rowPrefix_;
+    const std::string rowOpen = "<" + p + "row r=\"", rowClose = "</" + p + "row>";
+    const std::string cellOpen = "<" + p + "c r=\"", cellClose = "</" + p + "c>";
+    const std::string numberOpen = "><" + p + "v>", valueClose = "</" + p + "v>";
+    const std::string booleanOpen = " t=\"b\"><" + p + "v>";
+    const std::string textOpen = " t=\"inlineStr\"><" + p + "is><" + p + "t";
+    const std::string textClose = "</" + p + "t></" + p + "is>";
     std::string rows;
     rows.reserve(rows_.size() * 256);
     for (const Row& r : rows_) {
         if (r.cells.empty() && r.attributes.empty()) continue;
         const std::string rowNumber = std::to_string(r.row);
-        rows += '<';
-        rows += p;
-        rows += "row r=\"";
+        rows += rowOpen;
         rows += rowNumber;
         rows += '"';
         rows += r.attributes;
@@ -282,9 +287,7 @@ std::string TSheet::Write() {
         rows += '>';
         for (const Cell& c : r.cells) {
             if (c.kind == Cell::Kind::Empty && c.xf == 0) continue;
-            rows += '<';
-            rows += p;
-            rows += "c r=\"";
+            rows += cellOpen;
             rows += ColumnName(c.column);
             rows += rowNumber;
             rows += '"';
@@ -296,21 +299,21 @@ std::string TSheet::Write() {
             switch (c.kind) {
                 case Cell::Kind::Empty: rows += "/>"; continue;
                 case Cell::Kind::Number:
-                    rows += "><" + p + "v>";
+                    rows += numberOpen;
                     AppendNumber(rows, c.number);
-                    rows += "</" + p + "v>";
+                    rows += valueClose;
                     break;
                 case Cell::Kind::Boolean:
-                    rows += " t=\"b\"><" + p + "v>";
+                    rows += booleanOpen;
                     rows += c.number != 0 ? '1' : '0';
-                    rows += "</" + p + "v>";
+                    rows += valueClose;
                     break;
                 case Cell::Kind::Text:
-                    rows += " t=\"inlineStr\"><" + p + "is><" + p + "t";
+                    rows += textOpen;
                     if (NeedsSpacePreserved(c.text)) rows += " xml:space=\"preserve\"";
                     rows += '>';
                     AppendEscaped(rows, c.text);
-                    rows += "</" + p + "t></" + p + "is>";
+                    rows += textClose;
                     break;
                 case Cell::Kind::Raw: {
                     size_t nul = c.text.find('\0');
@@ -324,9 +327,9 @@ std::string TSheet::Write() {
                     break;
                 }
             }
-            rows += "</" + p + "c>";
+            rows += cellClose;
         }
-        rows += "</" + p + "row>";
+        rows += rowClose;
     }
 
     std::string xml = WritePart(*doc_);

@@ -49,6 +49,18 @@ std::string FormatKey(uint32_t xf, const TCellFormat& c) {
     return key;
 }
 
+// The common edits (one fill, the bold, an indent, as reports make them a cell at a time) are
+// looked up by a number instead of a text.
+std::optional<uint64_t> QuickKey(uint32_t xf, const TCellFormat& c) {
+    if (c.FontSize || c.FontRgb || c.NumberFormat) return std::nullopt;
+    if ((c.FillRgb ? 1 : 0) + (c.Bold ? 1 : 0) + (c.Indent ? 1 : 0) != 1) return std::nullopt;
+    uint64_t key = uint64_t{xf} << 32;
+    if (c.FillRgb) key |= (uint64_t{1} << 30) | (*c.FillRgb & 0xFFFFFFu);
+    else if (c.Bold) key |= (uint64_t{2} << 30) | (*c.Bold ? 1u : 0u);
+    else key |= (uint64_t{3} << 30) | static_cast<uint32_t>(std::clamp(*c.Indent, 0, kMaxIndent));
+    return key;
+}
+
 }  // namespace
 
 void TStyles::Load(const std::string& bytes, std::string_view partName) {
@@ -142,8 +154,14 @@ uint32_t TStyles::Derive(uint32_t xf, const TCellFormat& change) {
     if (!change.FillRgb && !change.Bold && !change.FontSize && !change.FontRgb && !change.NumberFormat &&
         !change.Indent)
         return xf;
-    std::string key = FormatKey(xf, change);
-    if (auto it = derived_.find(key); it != derived_.end()) return it->second;
+    std::optional<uint64_t> quick = QuickKey(xf, change);
+    std::string key;
+    if (quick) {
+        if (auto it = quick_.find(*quick); it != quick_.end()) return it->second;
+    } else {
+        key = FormatKey(xf, change);
+        if (auto it = derived_.find(key); it != derived_.end()) return it->second;
+    }
     if (xfs_.size() >= kMaxFormats) throw EXlsxError("the workbook has too many cell formats");
 
     pugi::xml_node x = cellXfs_.append_copy(xfs_[xf]);
@@ -176,7 +194,8 @@ uint32_t TStyles::Derive(uint32_t xf, const TCellFormat& change) {
     SetCount(cellXfs_, xfs_.size());
     changed_ = true;
     uint32_t id = static_cast<uint32_t>(xfs_.size() - 1);
-    derived_.emplace(std::move(key), id);
+    if (quick) quick_.emplace(*quick, id);
+    else derived_.emplace(std::move(key), id);
     return id;
 }
 

@@ -50,6 +50,7 @@ private:
     std::map<std::string, int> numberFormats_;
     int nextNumberFormat_ = 164;
     std::unordered_map<std::string, uint32_t> derived_;
+    std::unordered_map<uint64_t, uint32_t> quick_;  // single fills, bolds and indents
     std::unordered_map<uint32_t, int> solidFills_;
     std::map<std::string, int> derivedFonts_;
     bool changed_ = false;

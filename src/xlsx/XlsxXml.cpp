@@ -128,6 +128,10 @@ pugi::xml_node AddChild(pugi::xml_node parent, std::string_view localName, pugi:
 }
 
 std::string CellText(std::string_view utf8) {
+    // Plain ASCII that fits, the usual case, stands as it is.
+    if (utf8.size() <= kMaxCellText &&
+        std::all_of(utf8.begin(), utf8.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; }))
+        return std::string(utf8);
     std::string out;
     out.reserve(utf8.size());
     size_t units = 0;
