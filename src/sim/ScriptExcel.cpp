@@ -75,7 +75,7 @@ void TScriptHost::CmdExcel(const Words& a) {
                     case Kind::Text: out_ << " text=" << ScriptJson(c.text); break;
                     case Kind::Number: out_ << " number=" << FloatToShortest(c.number); break;
                     case Kind::Boolean: out_ << " boolean=" << Flag(c.number != 0); break;
-                    case Kind::Empty: out_ << " empty"; break;
+                    case Kind::Empty:  // written, and holding nothing
                     case Kind::None: break;
                 }
                 if (c.fillWritten) out_ << " fill=" << (c.fillRgb ? RgbText(*c.fillRgb) : std::string("none"));
