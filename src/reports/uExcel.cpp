@@ -68,7 +68,7 @@ void GetExcel() {
         TModuleGlobals& g = Globals();
         g.ExcelPath = GetDllPath();
         g.ExcelLCID = platform::UserDefaultLCID();
-        excel::IExcelServer& server = Live(g.AddInModule->Services().Excel);
+        excel::IExcelServer& server = Live(Live(g.AddInModule).Services().Excel);
         std::shared_ptr<excel::IDispatch> running;
         int32_t result = server.GetActiveObject(excel::CLASS_ExcelApplication, running);
         if (result == excel::hresult::Unavailable) {

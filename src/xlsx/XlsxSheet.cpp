@@ -78,11 +78,7 @@ void TSheet::Load() {
         int rowNumber = r.attribute("r").as_int(lastRow + 1);
         CheckPlace(rowNumber, 1);
         lastRow = rowNumber;
-        // Into its place, also when the file's rows are out of order.
-        auto it = std::lower_bound(rows_.begin(), rows_.end(), rowNumber,
-                                   [](const Row& a, int n) { return a.row < n; });
-        if (it == rows_.end() || it->row != rowNumber) it = rows_.insert(it, Row{rowNumber, {}, {}});
-        Row& row = *it;
+        Row row{rowNumber, {}, {}};
         AppendAttributes(row.attributes, r, {"r", "spans"});
         int lastColumn = 0;
         for (pugi::xml_node c = Child(r, "c"); c; c = NextSibling(c, "c")) {
@@ -103,11 +99,33 @@ void TSheet::Load() {
                 cell.kind = Cell::Kind::Raw;
                 cell.text = std::move(raw);
             }
-            auto at = std::lower_bound(row.cells.begin(), row.cells.end(), column,
-                                       [](const Cell& a, int n) { return a.column < n; });
-            if (at != row.cells.end() && at->column == column) *at = std::move(cell);
-            else row.cells.insert(at, std::move(cell));
+            row.cells.push_back(std::move(cell));
         }
+        rows_.push_back(std::move(row));
+    }
+    // Into order, also when the file's rows or cells are out of it; of two of the same place
+    // the later one stands.
+    auto byRow = [](const Row& a, const Row& b) { return a.row < b.row; };
+    auto byColumn = [](const Cell& a, const Cell& b) { return a.column < b.column; };
+    std::stable_sort(rows_.begin(), rows_.end(), byRow);
+    std::vector<Row> merged;
+    for (Row& r : rows_) {
+        if (!merged.empty() && merged.back().row == r.row) {
+            for (Cell& c : r.cells) merged.back().cells.push_back(std::move(c));
+            merged.back().attributes = std::move(r.attributes);
+        } else {
+            merged.push_back(std::move(r));
+        }
+    }
+    rows_ = std::move(merged);
+    for (Row& r : rows_) {
+        std::stable_sort(r.cells.begin(), r.cells.end(), byColumn);
+        std::vector<Cell> unique;
+        for (Cell& c : r.cells) {
+            if (!unique.empty() && unique.back().column == c.column) unique.back() = std::move(c);
+            else unique.push_back(std::move(c));
+        }
+        r.cells = std::move(unique);
     }
     data.remove_children();
     data.append_child(pugi::node_pi).set_name(kRowsMarker);

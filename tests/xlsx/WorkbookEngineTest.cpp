@@ -226,6 +226,28 @@ TEST_F(EngineTest, FilesThatAreNoWorkbookAreRefusedWithAReason) {
     EXPECT_THROW(far->Sheet(0).SetText(1, 1, "x"), EXlsxError);
 }
 
+TEST_F(EngineTest, ATemplateWhoseRowsAreOutOfOrderComesOutInOrder) {
+    TPackage p = FirmTemplate();
+    p.Put("xl/worksheets/sheet1.xml",
+          std::string("<worksheet xmlns=\"") + kMain +
+              "\"><sheetData><row r=\"5\"><c r=\"A5\"><v>5</v></c></row>"
+              "<row r=\"2\"><c r=\"C2\"><v>3</v></c><c r=\"A2\"><v>1</v></c><c r=\"C2\"><v>4</v></c></row>"
+              "</sheetData></worksheet>");
+    p.Save(File("unordered.xlsx").string());
+    auto book = TWorkbook::Open(File("unordered.xlsx").string());
+    book->Sheet(0).SetText(3, 2, "between");
+    book->SaveAs(File("ordered.xlsx").string());
+
+    nlohmann::json cells = Read(File("ordered.xlsx"))["cells"];
+    EXPECT_EQ(cells["A2"]["value"], 1);
+    EXPECT_EQ(cells["C2"]["value"], 4);
+    EXPECT_EQ(cells["B3"]["value"], "between");
+    EXPECT_EQ(cells["A5"]["value"], 5);
+    std::string sheet = TPackage::Load(File("ordered.xlsx").string()).Bytes("xl/worksheets/sheet1.xml");
+    EXPECT_LT(sheet.find("r=\"A2\""), sheet.find("r=\"C2\""));
+    EXPECT_LT(sheet.find("r=\"B3\""), sheet.find("r=\"A5\""));
+}
+
 TEST_F(EngineTest, ASaveThatCannotBeWrittenLeavesNoFileBehind) {
     auto book = TWorkbook::Blank("Tasks");
     book->Sheet(0).SetText(1, 1, "x");
