@@ -17,6 +17,9 @@ done
 wineserver=$(dirname "$wine")/wineserver
 [ -x "$wineserver" ] || wineserver=$(command -v wineserver)
 
+# The shipped files, report templates among them, as the Linux build makes them.
+cmake --preset default >/dev/null
+cmake --build --preset default -j "$(nproc)" --target corvelle_resources
 cmake --preset windows
 cmake --build --preset windows -j "$(nproc)"
 

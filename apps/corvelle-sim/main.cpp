@@ -4,13 +4,14 @@
 //   corvelle-sim [--dir DIR] [SCRIPT...]
 //
 // Runs the SCRIPT files in order ("-" is standard input), or standard input when none is given.
-// DIR is the add-in's folder: the table files, the templates, "Clickme.txt", the help file. A
-// given folder is used as it stands (it is made when it doesn't exist). Without --dir a new
-// folder is made in the temporary folder, the files that ship with the add-in are copied into it,
-// and "DIR <path>" is printed first.
+// DIR is the add-in's folder: the table files, the templates, "Clickme.txt", the help file; the
+// workbooks that `excel save` writes go into its folder Workbooks. A given folder is used as it
+// stands (it is made when it doesn't exist). Without --dir a new folder is made in the temporary
+// folder, the files that ship with the add-in are copied into it, and "DIR <path>" is printed
+// first.
 //
 // The shipped files are looked for in $CORVELLE_RESOURCES, else in a folder "resources" beside
-// the program or above it (the source tree's, when the program runs from the build tree).
+// the program or above it (the build tree's, which holds the report templates made at build).
 //
 // Exit status: 0; 2 after "ERROR: line N: ..." or for a wrong command line.
 #include <cstdlib>
@@ -56,20 +57,32 @@ const char* const kHelp =
     "  close FORM                       the user closes a form's window\n"
     "  click FORM.CONTROL [ITEM]        a click on a button, menu item, check box (or an item)\n"
     "  click|dblclick FORM.TREE PATH    a click on a node: 3.1.2, #ID, or none\n"
-    "  focus FORM.CONTROL [PATH]        the user moves the focus (to a node)\n"
+    "  click|dblclick FORM.VIEW KEY     a click on a grid view's record by its key, or none\n"
+    "  focus FORM.CONTROL [PATH|KEY]    the user moves the focus (to a node, to a record)\n"
     "  call FORM.HANDLER                run a handler by name; FORM may be module\n"
     "  ribbon \"CAPTION\"                 click a ribbon button\n"
     "  set FORM.CONTROL VALUE           the user types a value into a control\n"
     "  answer Yes|No|Cancel ...         answers for the coming questions\n"
-    "  get NAME                         FORM.CONTROL[.PROPERTY], FORM.PROPERTY or a variable\n"
+    "  get NAME                         FORM.CONTROL[.PROPERTY], FORM.PROPERTY, a variable or\n"
+    "                                   Screen.Cursor (-11 the hourglass, 0 the default)\n"
     "  tree FORM.TREE                   every node: [KEY] TEXT no= img= style=, * focused\n"
+    "  grid FORM.VIEW                   every record: [KEY] COLUMN=\"TEXT\"|img:N ..., * focused\n"
+    "  tab FORM.PAGECONTROL INDEX       the user switches to the tab page of that index\n"
+    "  drag FORM.TREE PATH ...          an Outlook drag passes over the nodes in turn\n"
+    "  drop FORM.TREE PATH|none         the drop on a node, or on the empty space\n"
+    "  menu \"CAPTION\"|none             the user picks an entry of the menu shown, or dismisses it\n"
+    "  dragnode FORM.TREE PATH PATH     the tree's own drag of the first node onto the second\n"
     "  table NAME | file NAME | log     a table's rows | a table file's rows | this run's log\n"
     "  outlook folders | items FOLDER | item ENTRYID | add FOLDER CLASS [PROP=VALUE ...]\n"
     "  outlook delete ENTRYID | inspector | set PROP VALUE | save | send | close [discard]\n"
-    "  outlook select FOLDER ENTRYID ... | fail MEMBER\n"
+    "  outlook select FOLDER ENTRYID ... | fail MEMBER (GetCursorPos: the pointer's position)\n"
+    "  add: Recipient=NAME, Member=\"NAME|ADDRESS\" (both may repeat), Attachments=N,\n"
+    "  MessageClass=TEXT; dates YYYY-MM-DD[THH:MM[:SS]]. send: the mail of the active inspector\n"
+    "  excel                            Excel's state, its open workbooks and their written cells\n"
+    "  excel save | quit | absent       save them in Workbooks/ | Excel ends | no Excel from now on\n"
     "\n"
     "What the add-in shows is printed as it happens: MESSAGE: TEXT, CONFIRM: TEXT -> ANSWER,\n"
-    "ASK: TEXT -> ANSWER, DISPLAY CLASS ENTRYID \"SUBJECT\", HELP FILE CONTEXT.\n"
+    "ASK: TEXT -> ANSWER, DISPLAY CLASS ENTRYID \"SUBJECT\", HELP FILE CONTEXT, MENU \"CAPTION\" | - | ...\n"
     "\n"
     "Exit status: 0; 2 after \"ERROR: line N: REASON\" or for a wrong command line.\n";
 

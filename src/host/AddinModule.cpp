@@ -7,6 +7,10 @@
 #include <system_error>
 
 #include "base/Guard.h"
+#include "filing/uAppointments.h"
+#include "filing/uContacts.h"
+#include "filing/uEmails.h"
+#include "filing/uNotes.h"
 #include "host/Items.h"
 #include "platform/System.h"
 #include "store/Tables.h"
@@ -316,8 +320,45 @@ void TAddInModule::MemDataTasksBeforeDelete(TdxMemData& DataSet) { ::MemDataTask
 
 void TAddInModule::MemDataTasksCompleteChange(TField& Sender) { ::MemDataTasksCompleteChange(Sender); }
 
-void TAddInModule::ItemsAdd(const std::shared_ptr<platform::IDispatch>&) {
-    // Filing of the awaited item joins with the filing engine.
+void TAddInModule::ItemsAdd(const std::shared_ptr<platform::IDispatch>& Item) {
+    using platform::QueryInterface;
+    using platform::Use;
+    Swallow([&] {
+        TModuleGlobals& g = vars_;
+        // The watcher serves one item for each item made.
+        Live(g.MailItems).Disconnect();
+        TfmList& list = Live(g.fmList);
+        const std::string& type = g.ItemType;
+        if (type == "MailItem") {
+            auto mail = QueryInterface<outlook::_MailItem>(Item);
+            // Sent Items receives every mail the user sends: only the add-in's own carry the
+            // property.
+            if (!Use(Use(mail).GetUserProperties()).Find("Taskid", true)) return;
+            Guarded(
+                [&] {
+                    auto copy = QueryInterface<outlook::_MailItem>(mail->Copy());
+                    auto filed = QueryInterface<outlook::_MailItem>(Use(copy).Move(g.EmailFolder));
+                    list.FileMailItem(filed, g.CurrentTaskID);
+                    FilterEmails(g.CurrentTaskID);
+                },
+                [](const ExceptionInfo& E) {
+                    ShowMessage(E.className + " error raised by email in AddinModule.ItemsAdd " + "with message: " +
+                                E.message);
+                });
+        } else if (type == "PostItem") {
+            list.FilePostItem(QueryInterface<outlook::_PostItem>(Item), g.CurrentTaskID);
+            FilterNotes(g.CurrentTaskID);
+        } else if (type == "ContactItem") {
+            list.FileContactItem(QueryInterface<outlook::_ContactItem>(Item), g.CurrentTaskID);
+            FilterContacts(g.CurrentTaskID);
+        } else if (type == "DistlistItem") {
+            list.FileDistListItem(QueryInterface<outlook::_DistListItem>(Item), g.CurrentTaskID);
+            FilterDistLists(g.CurrentTaskID);
+        } else if (type == "AppointmentItem") {
+            list.FileAppointmentItem(QueryInterface<outlook::_AppointmentItem>(Item), g.CurrentTaskID);
+            FilterAppointments(g.CurrentTaskID);
+        }
+    });
 }
 
 // ---------------------------------------------------------------------------------------------

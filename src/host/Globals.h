@@ -8,6 +8,7 @@
 #include "base/DateTime.h"
 #include "base/Exceptions.h"
 #include "platform/Dispatch.h"
+#include "platform/Excel.h"
 #include "platform/Outlook.h"
 
 class TdxMemData;
@@ -129,6 +130,15 @@ struct TModuleGlobals {
     bool TaskOpen = false;
     bool TaskChanged = false;
     bool CompleteChanged = false;
+
+    // The date of the timesheet's "Show time since:" picker, for the time report.
+    TDateTime ShowTimeSince = 0;
+
+    // The reports' Excel (uExcel): the application reached last, the user's locale for Excel's
+    // calls, and the folder of the templates.
+    std::shared_ptr<excel::_Application> Excel;
+    int32_t ExcelLCID = 0;
+    std::string ExcelPath;
 };
 
 // What a module-wide reference points at; raises EAccessViolation, as a call through nil does,

@@ -1,49 +1,36 @@
 #include "host/Items.h"
 
 #include "base/Guard.h"
-#include "platform/Outlook.h"
 
-// The watcher's end of an ItemsEvents connection: ItemAdd, with the item added.
-class TItems::TSink : public platform::IDispatch {
+class TItems::Sink : public outlook::ItemsEvents {
 public:
-    explicit TSink(TItems* owner) : owner_(owner) {}
-    void InvokeEvent(int32_t dispId, const std::vector<Variant>&,
-                     const std::vector<std::shared_ptr<platform::IDispatch>>& objects) override {
-        if (dispId != outlook::DISPID_ItemAdd || !owner_ || objects.empty() || !objects.front()) return;
-        owner_->DoItemAdd(objects.front());
+    explicit Sink(TItems* owner) : owner_(owner) {}
+    void ItemAdd(const std::shared_ptr<platform::IDispatch>& item) override {
+        if (owner_) owner_->DoItemAdd(item);
     }
-    void Detach() { owner_ = nullptr; }
-
-private:
     TItems* owner_;
 };
 
-TItems::~TItems() { Disconnect(); }
+TItems::TItems() : sink_(std::make_shared<Sink>(this)) {}
 
-void TItems::ConnectTo(std::shared_ptr<platform::IDispatch> items) {
+TItems::~TItems() {
     Disconnect();
-    auto container = std::dynamic_pointer_cast<platform::IConnectionPointContainer>(items);
+    sink_->owner_ = nullptr;
+}
+
+void TItems::ConnectTo(std::shared_ptr<outlook::_Items> items) {
+    Disconnect();
+    if (!items) return;
+    cookie_ = items->Advise(sink_);
     items_ = std::move(items);
-    if (!container) return;
-    try {
-        auto connection = container->FindConnectionPoint(outlook::IID_ItemsEvents);
-        auto sink = std::make_shared<TSink>(this);
-        cookie_ = platform::Use(connection).Advise(sink);
-        connection_ = std::move(connection);
-        sink_ = std::move(sink);
-    } catch (...) {
-        items_.reset();
-        throw;
-    }
 }
 
 void TItems::Disconnect() {
-    if (sink_) sink_->Detach();
-    if (connection_) Swallow([this] { connection_->Unadvise(cookie_); });
-    connection_.reset();
-    sink_.reset();
-    cookie_ = 0;
+    if (!items_) return;
+    auto items = std::move(items_);
     items_.reset();
+    Swallow([&] { items->Unadvise(cookie_); });
+    cookie_ = 0;
 }
 
 void TItems::DoItemAdd(const std::shared_ptr<platform::IDispatch>& item) {

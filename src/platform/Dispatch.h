@@ -18,13 +18,9 @@ class IDispatch {
 public:
     virtual ~IDispatch() = default;
     virtual void Invoke(int32_t dispId, const std::vector<Variant>& args) {}
-    // An event with objects among its arguments (ItemsEvents' ItemAdd hands over the item):
-    // objects[i] is argument i when that is an object, and args[i] is then null. By default the
-    // values alone go to Invoke.
-    virtual void InvokeEvent(int32_t dispId, const std::vector<Variant>& args,
-                             const std::vector<std::shared_ptr<IDispatch>>& objects) {
-        Invoke(dispId, args);
-    }
+    // A property read by name, late-bound, for an object whose interface the caller doesn't
+    // know. A name the object lacks raises EOleException.
+    virtual Variant GetProperty(const std::string& name);
 };
 
 [[noreturn]] void ThrowIntfCastError();

@@ -71,11 +71,120 @@ class _Items;
 class _Inspector;
 class MAPIFolder;
 
-// A person known to Outlook; the current user is one.
+// A person known to Outlook; the current user is one, so are a mail's recipients and a
+// distribution list's members.
 class Recipient : public IDispatch {
 public:
     virtual std::string Name() = 0;
     virtual std::string Address() = 0;
+};
+
+// OlUserPropertyType and OlInspectorClose (the SaveMode of Close).
+enum OlUserPropertyType : int { olText = 1, olNumber = 3 };
+enum OlInspectorClose : int { olSave = 0, olDiscard = 1, olPromptForSave = 2 };
+
+// A named property of an item that the add-in put there.
+class UserProperty : public IDispatch {
+public:
+    virtual std::string Name() = 0;
+    virtual Variant Value() = 0;
+    virtual void SetValue(const Variant& value) = 0;
+};
+
+// The user properties of one item.
+class UserProperties : public IDispatch {
+public:
+    virtual int Count() = 0;
+    // A new property; raises when the item has one of that name already.
+    virtual std::shared_ptr<UserProperty> Add(const std::string& name, int type, bool addToFolderFields,
+                                              int displayFormat) = 0;
+    // The property of that name, ignoring case; an empty reference when there is none.
+    virtual std::shared_ptr<UserProperty> Find(const std::string& name, bool custom) = 0;
+};
+
+// A mail's recipients.
+class Recipients : public IDispatch {
+public:
+    virtual int Count() = 0;
+    // One-based position; raises outside 1..Count.
+    virtual std::shared_ptr<Recipient> Item(int index) = 0;
+};
+
+// An item's attached files.
+class Attachments : public IDispatch {
+public:
+    virtual int Count() = 0;
+};
+
+// What every kind of item the add-in files shares: its identity, its user properties and what
+// can be done to it as a whole. Copy makes a saved copy in the same folder; Move gives the item
+// in its new folder; Delete moves it to Deleted Items; Close(olSave) saves and closes its
+// inspector if one is open.
+class OutlookItem : public IDispatch {
+public:
+    virtual std::string EntryID() = 0;  // empty until the item is saved
+    virtual std::string MessageClass() = 0;
+    virtual std::shared_ptr<UserProperties> GetUserProperties() = 0;
+    virtual std::shared_ptr<IDispatch> Copy() = 0;
+    virtual std::shared_ptr<IDispatch> Move(const std::shared_ptr<MAPIFolder>& destination) = 0;
+    virtual void Delete() = 0;
+    virtual void Close(int saveMode) = 0;  // an OlInspectorClose
+    virtual void Save() = 0;
+    virtual void Display(bool modal) = 0;
+};
+
+// A mail. The add-in makes "IPM.Mail" items; Outlook's own mails are "IPM.Note" and its
+// sub-classes. SentOn of a mail never sent reads as 1 January 4501.
+class _MailItem : public OutlookItem {
+public:
+    virtual std::string Subject() = 0;
+    virtual void SetSubject(const std::string& value) = 0;
+    virtual std::string Body() = 0;
+    virtual void SetBody(const std::string& value) = 0;
+    virtual TDateTime SentOn() = 0;
+    virtual std::string SentOnBehalfOfName() = 0;
+    virtual std::string SenderName() = 0;
+    virtual std::shared_ptr<outlook::Recipients> GetRecipients() = 0;
+    virtual std::shared_ptr<outlook::Attachments> GetAttachments() = 0;
+};
+
+// A post ("IPM.Post"): what the add-in keeps as a note.
+class _PostItem : public OutlookItem {
+public:
+    virtual std::string Subject() = 0;
+    virtual void SetSubject(const std::string& value) = 0;
+    virtual std::string Body() = 0;
+    virtual void SetBody(const std::string& value) = 0;
+    virtual TDateTime SentOn() = 0;
+    virtual std::string SenderName() = 0;
+    virtual std::shared_ptr<outlook::Attachments> GetAttachments() = 0;
+};
+
+// An appointment of the calendar.
+class _AppointmentItem : public OutlookItem {
+public:
+    virtual std::string Subject() = 0;
+    virtual void SetSubject(const std::string& value) = 0;
+    virtual TDateTime Start() = 0;
+    virtual TDateTime End() = 0;
+    virtual std::shared_ptr<outlook::Attachments> GetAttachments() = 0;
+};
+
+// A contact.
+class _ContactItem : public OutlookItem {
+public:
+    virtual std::string LastNameAndFirstName() = 0;
+    virtual std::string BusinessTelephoneNumber() = 0;
+    virtual std::string Email1DisplayName() = 0;
+    virtual std::string BusinessAddress() = 0;
+};
+
+// A distribution list; its members count from 1.
+class _DistListItem : public OutlookItem {
+public:
+    virtual std::string Subject() = 0;
+    virtual int MemberCount() = 0;
+    virtual std::shared_ptr<Recipient> GetMember(int index) = 0;
 };
 
 // One folder of a store.
@@ -91,9 +200,21 @@ public:
     virtual std::shared_ptr<_Items> Items() = 0;
 };
 
+// What a folder's items raise: an item came into the folder (its first save there, a move or
+// a copy there, a mail sent into Sent Items). Raised from the message loop, after the call
+// that caused it.
+class ItemsEvents {
+public:
+    virtual ~ItemsEvents() = default;
+    virtual void ItemAdd(const std::shared_ptr<IDispatch>& item) = 0;
+};
+
 // The items of a folder.
 class _Items : public IDispatch {
 public:
+    // Connects a sink to the folder's item events; the cookie disconnects it.
+    virtual uint32_t Advise(const std::shared_ptr<ItemsEvents>& sink) = 0;
+    virtual void Unadvise(uint32_t cookie) = 0;
     virtual int Count() = 0;
     // One-based position.
     virtual std::shared_ptr<IDispatch> Item(int index) = 0;
@@ -165,9 +286,26 @@ public:
     virtual std::shared_ptr<IDispatch> Move(const std::shared_ptr<MAPIFolder>& destination) = 0;
 };
 
+// The items selected in an explorer.
+class Selection : public IDispatch {
+public:
+    virtual int Count() = 0;
+    // One-based position: the item, of whatever kind, late-bound.
+    virtual std::shared_ptr<IDispatch> Item(int index) = 0;
+};
+
+// A window of Outlook that shows a folder.
+class _Explorer : public IDispatch {
+public:
+    virtual std::shared_ptr<outlook::Selection> GetSelection() = 0;
+    virtual std::shared_ptr<MAPIFolder> CurrentFolder() = 0;
+};
+
 // The Outlook application.
 class _Application : public IDispatch {
 public:
+    // The explorer in front; raises when none is open.
+    virtual std::shared_ptr<_Explorer> ActiveExplorer() = 0;
     // Only "MAPI" is a name space.
     virtual std::shared_ptr<_NameSpace> GetNamespace(const std::string& type) = 0;
 };

@@ -10,6 +10,7 @@
 #include "platform/System.h"
 #include "platform/Text.h"
 #include "sim/ScriptHost.h"
+#include "sim/SimFiledItems.h"
 #include "sim/SimItem.h"
 #include "store/MemData.h"
 #include "store/TableJson.h"
@@ -278,8 +279,8 @@ void TScriptHost::OlSave(const Words& a) {
 
 void TScriptHost::OlSend(const Words& a) {
     if (!a.empty()) Usage(Find(OutlookCommands(), "send", "outlook command"));
-    auto item = ActiveItem();
-    throw EScriptError("no send for " + item->MessageClassName() + " items");
+    auto sent = UserSendMail(*ActiveItem());
+    out_ << "SENT " << sent->Id() << "\n";
 }
 
 void TScriptHost::OlClose(const Words& a) {
@@ -295,7 +296,8 @@ void TScriptHost::OlSelect(const Words& a) {
 
 void TScriptHost::OlFail(const Words& a) {
     if (a.size() != 1) Usage(Find(OutlookCommands(), "fail", "outlook command"));
-    host_->Failures->FailNext(a[0]);
+    // The platform's pointer-position call goes by its Windows name too.
+    host_->Failures->FailNext(SameName(a[0], "GetCursorPos") ? std::string("Screen.CursorPos") : a[0]);
 }
 
 }  // namespace sim

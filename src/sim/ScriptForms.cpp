@@ -1,4 +1,5 @@
-// The commands that act on forms: click, dblclick, focus, call, set, get, tree.
+// The commands that act on forms: click, dblclick, focus, call, set, get, tree. The forms of
+// click, dblclick and focus on a grid view's records are in ScriptGrid.cpp.
 #include "sim/ScriptHost.h"
 
 #include "filing/ufmAppointments.h"
@@ -297,7 +298,16 @@ const VariableEntry kVariables[] = {
 // ---------------------------------------------------------------------------------------------
 // Finding forms, controls and nodes
 
+void TScriptHost::AddForm(TForm& form) {
+    RemoveForm(form);
+    extraForms_.push_back(&form);
+}
+
+void TScriptHost::RemoveForm(TForm& form) { std::erase(extraForms_, &form); }
+
 TForm& TScriptHost::FormByName(const std::string& name) {
+    for (TForm* f : extraForms_)
+        if (SameName(f->Name(), name)) return *f;
     for (const FormEntry& e : kForms) {
         if (!SameName(e.name, name)) continue;
         if (!module_) throw EScriptError("the form " + name + " does not exist (the add-in has not been started)");
@@ -411,6 +421,10 @@ void TScriptHost::CmdClick(const Words& a) {
         tree->UserClickNode(node);
         return;
     }
+    if (auto* view = dynamic_cast<TcxGridDBTableView*>(&control)) {
+        ClickRecord(*view, a, false);
+        return;
+    }
     if (a.size() == 2) {
         bool hasItems = false;
         int index = ItemIndexOf(control, a[1], hasItems);
@@ -437,6 +451,10 @@ void TScriptHost::CmdDblClick(const Words& a) {
         tree->UserDblClickNode(node);
         return;
     }
+    if (auto* view = dynamic_cast<TcxGridDBTableView*>(&control)) {
+        ClickRecord(*view, a, true);
+        return;
+    }
     if (a.size() != 1) throw EScriptError(a[0] + " is no tree: a double click takes no PATH");
     RequireReachable(control, a[0], "double-click");
     control.UserDblClick();
@@ -451,6 +469,10 @@ void TScriptHost::CmdFocus(const Words& a) {
         TcxTreeListNode* node = a.size() == 2 ? ResolvePath(*tree, a[0], a[1]) : nullptr;
         RequireReachable(control, a[0], "focus");
         tree->UserFocusNode(node);
+        return;
+    }
+    if (auto* view = dynamic_cast<TcxGridDBTableView*>(&control)) {
+        FocusRecord(*view, a);
         return;
     }
     if (a.size() != 1) throw EScriptError(a[0] + " is no tree: focus takes no PATH");
@@ -499,7 +521,10 @@ void TScriptHost::CmdGet(const Words& a) {
     const std::string& name = a[0];
     nlohmann::ordered_json value;
     auto dot = name.find('.');
-    if (dot == std::string::npos) {
+    if (SameName(name, "Screen.Cursor")) {
+        // The shape of the screen's cursor: -11 the hourglass, 0 the default.
+        value = host_->Screen->Cursor();
+    } else if (dot == std::string::npos) {
         value = ModuleVariable(name);
     } else {
         auto [formName, rest] = SplitTarget(name, "FORM.CONTROL[.PROPERTY], FORM.PROPERTY or a variable");

@@ -77,18 +77,25 @@ const std::vector<TScriptHost::Command>& TScriptHost::Commands() {
         {"explorer", &TScriptHost::CmdExplorer, "explorer"},
         {"activate", &TScriptHost::CmdActivate, "activate PANE"},
         {"close", &TScriptHost::CmdClose, "close PANE|FORM|explorer"},
-        {"click", &TScriptHost::CmdClick, "click FORM.CONTROL [PATH|ITEM]"},
-        {"dblclick", &TScriptHost::CmdDblClick, "dblclick FORM.CONTROL [PATH]"},
-        {"focus", &TScriptHost::CmdFocus, "focus FORM.CONTROL [PATH]"},
+        {"click", &TScriptHost::CmdClick, "click FORM.CONTROL [PATH|KEY|ITEM]"},
+        {"dblclick", &TScriptHost::CmdDblClick, "dblclick FORM.CONTROL [PATH|KEY]"},
+        {"focus", &TScriptHost::CmdFocus, "focus FORM.CONTROL [PATH|KEY]"},
         {"call", &TScriptHost::CmdCall, "call FORM.HANDLER"},
         {"ribbon", &TScriptHost::CmdRibbon, "ribbon \"CAPTION\""},
         {"set", &TScriptHost::CmdSet, "set FORM.CONTROL VALUE"},
         {"answer", &TScriptHost::CmdAnswer, "answer Yes|No|Cancel ..."},
         {"get", &TScriptHost::CmdGet, "get NAME"},
         {"tree", &TScriptHost::CmdTree, "tree FORM.TREE"},
+        {"grid", &TScriptHost::CmdGrid, "grid FORM.VIEW"},
+        {"tab", &TScriptHost::CmdTab, "tab FORM.PAGECONTROL INDEX"},
         {"table", &TScriptHost::CmdTable, "table NAME"},
         {"file", &TScriptHost::CmdFile, "file NAME"},
         {"log", &TScriptHost::CmdLog, "log"},
+        {"drag", &TScriptHost::CmdDrag, "drag FORM.TREE PATH ..."},
+        {"drop", &TScriptHost::CmdDrop, "drop FORM.TREE PATH|none"},
+        {"menu", &TScriptHost::CmdMenu, "menu \"CAPTION\"|none"},
+        {"dragnode", &TScriptHost::CmdDragNode, "dragnode FORM.TREE PATH PATH"},
+        {"excel", &TScriptHost::CmdExcel, "excel [save|quit|absent]"},
         {"outlook", &TScriptHost::CmdOutlook,
          "outlook folders|items|item|add|delete|inspector|set|save|send|close|select|fail ..."},
     };
@@ -112,10 +119,6 @@ TScriptHost::TScriptHost(std::string dir, std::ostream& out)
     host_->Dialogs->OnShown = [this](const TSimDialogRecord& r) { PrintDialog(r); };
     host_->Help->OnShow = [this](const TSimHelp::Call& c) { PrintHelp(c); };
     host_->Outlook.SetDisplayHook([this](TSimItem& item) { PrintDisplay(item); });
-    host_->Outlook.SetItemAddedHook([this](TSimItem& item) {
-        // Outlook raises ItemAdd from its message loop, after the call that saved the item.
-        pendingAdds_.push_back(item.shared_from_this());
-    });
     SnapshotLogs();
 }
 
@@ -125,12 +128,16 @@ TScriptHost::~TScriptHost() {
     host_->Dialogs->OnShown = nullptr;
     host_->Help->OnShow = nullptr;
     host_->Outlook.SetDisplayHook(nullptr);
-    host_->Outlook.SetItemAddedHook(nullptr);
 }
 
 int TScriptHost::Run(TScriptReader& reader) {
     reader_ = &reader;
     TModalHostScope scope(*this);
+    IPopupHost* previousPopupHost = SetPopupHost(this);
+    struct RestorePopupHost {
+        IPopupHost* previous;
+        ~RestorePopupHost() { SetPopupHost(previous); }
+    } restore{previousPopupHost};
     while (true) {
         std::optional<TScriptLine> line;
         try {
@@ -252,24 +259,11 @@ std::optional<std::string> TScriptHost::NewDialogError() {
 }
 
 void TScriptHost::DeliverItemAdds() {
-    int delivered = 0;
-    while (!pendingAdds_.empty()) {
-        auto item = pendingAdds_.front();
-        pendingAdds_.erase(pendingAdds_.begin());
-        if (!module_ || !HaveGlobals()) continue;
-        TItems* watcher = module_->Vars().MailItems;
-        if (!watcher || !watcher->Connected()) continue;
-        auto* items = dynamic_cast<TSimItems*>(watcher->Source().get());
-        if (!items || items->Folder() != item->Folder() || item->IsDeleted()) continue;
-        if (++delivered > kMaxItemAddsPerCommand) {
-            pendingAdds_.clear();
-            throw EScriptError("item-added events keep raising more of themselves");
-        }
-        try {
-            watcher->DoItemAdd(item->Dispatch());
-        } catch (...) {
-            module_->HandleError(std::current_exception());
-        }
+    // Outlook's message loop comes round after each command.
+    try {
+        host_->Outlook.DeliverItemAdds(kMaxItemAddsPerCommand);
+    } catch (const ESimError& e) {
+        throw EScriptError(e.Message());
     }
 }
 
@@ -350,9 +344,9 @@ void TScriptHost::CmdStart(const Words& a) {
     RequireNoModal("start");
     if (module_ && running_) throw EScriptError("the add-in is running already (shutdown or quit first)");
     // The old process goes before the new one starts.
+    shownMenu_ = nullptr;
     module_ = nullptr;
     ownModule_.reset();
-    pendingAdds_.clear();
     ownModule_ = std::make_unique<TAddInModule>(host_->HostInfo());
     module_ = ownModule_.get();
     running_ = true;
@@ -365,6 +359,7 @@ void TScriptHost::CmdShutdown(const Words& a) {
     RequireNoModal("shutdown");
     TAddInModule& m = RequireModule();
     running_ = false;
+    shownMenu_ = nullptr;
     m.OnBeginShutdown();
     m.OnDisconnection();
 }
@@ -374,6 +369,7 @@ void TScriptHost::CmdQuit(const Words& a) {
     RequireNoModal("quit");
     TAddInModule& m = RequireModule();
     running_ = false;
+    shownMenu_ = nullptr;
     m.adxOutlookAppEvents1.DoQuit();
 }
 

@@ -37,14 +37,17 @@
 #include "sim/ScriptLexer.h"
 #include "sim/SimServices.h"
 #include "toolkit/Forms.h"
+#include "toolkit/Menus.h"
 
 class TAddInModule;
 class TcxDBTreeList;
+class TcxGridDBTableView;
 namespace win {
 class TWinScriptHost;
 }
 class TcxTreeListNode;
 class TdxMemData;
+class TDMTextTarget;
 
 namespace sim {
 
@@ -56,7 +59,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-class TScriptHost : public IModalHost {
+class TScriptHost : public IModalHost, public IPopupHost {
 public:
     // dir: the add-in's folder (the simulated add-in file is dir/Corvelle.dll); out: the
     // transcript. The host snapshots the day logs present, so that `log` shows this run's lines.
@@ -71,6 +74,8 @@ public:
 
     // The modal loop: runs the following commands until the form is hidden.
     void RunModal(TForm& form) override;
+    // A menu popped up: printed as MENU and its captions; the `menu` command picks from it.
+    void ShowPopup(TPopupMenu& menu, int x, int y) override;
 
     // Ends the process after an error found inside a modal loop; it must not return. The
     // default flushes the output and exits with the status at once, without unwinding.
@@ -80,6 +85,10 @@ public:
     const std::string& Dir() const { return dir_; }
     // The add-in module started last; nullptr before the first start.
     TAddInModule* Module() const { return module_; }
+    // Makes a form of the caller's nameable by scripts, beside the system's own (tests use it).
+    // The form must outlive the host or be removed first.
+    void AddForm(TForm& form);
+    void RemoveForm(TForm& form);
 
     // Runs one command on a module that another host made and drives (the Windows add-in under
     // corvelle-winhost, which hands over the commands that act on forms, tables and variables);
@@ -152,12 +161,37 @@ private:
     void CmdTree(const Words& a);
     nlohmann::ordered_json ModuleVariable(const std::string& name);
 
+    // ---- drags and menus (ScriptDrag.cpp) ------------------------------------------------------
+    struct DropSite {
+        TcxDBTreeList* tree;
+        TDMTextTarget* target;
+    };
+    DropSite ResolveDropSite(const std::string& target);
+    // The line of the tree that shows the node; past the last line for none.
+    int LineOf(TcxDBTreeList& tree, TcxTreeListNode* node, const std::string& target, const std::string& path);
+    void CmdDrag(const Words& a);
+    void CmdDrop(const Words& a);
+    void CmdMenu(const Words& a);
+    void CmdDragNode(const Words& a);
+
+    // ---- grid views and page controls (ScriptGrid.cpp) ----------------------------------------
+    // The record of a key in a view, -1 for none (the empty space); EScriptError for a key
+    // the view doesn't show.
+    int ResolveRecord(TcxGridDBTableView& view, const std::string& target, const std::string& key);
+    void ClickRecord(TcxGridDBTableView& view, const Words& a, bool twice);
+    void FocusRecord(TcxGridDBTableView& view, const Words& a);
+    void CmdGrid(const Words& a);
+    void CmdTab(const Words& a);
+
     // ---- tables, files, the log, the mailbox (ScriptData.cpp) ---------------------------------
     void SnapshotLogs();
     void CmdTable(const Words& a);
     void CmdFile(const Words& a);
     void CmdLog(const Words& a);
     void CmdOutlook(const Words& a);
+
+    // ---- Excel (ScriptExcel.cpp) -----------------------------------------------------------------
+    void CmdExcel(const Words& a);
     void OlFolders(const Words& a);
     void OlItems(const Words& a);
     void OlItem(const Words& a);
@@ -183,8 +217,9 @@ private:
     int currentLine_ = 0;               // the line of the command running now
     std::vector<TForm*> modal_;         // the modal forms open, the innermost last
     size_t seenDialogErrors_ = 0;
-    std::vector<std::shared_ptr<TSimItem>> pendingAdds_;
+    TPopupMenu* shownMenu_ = nullptr;  // the menu popped up and not yet closed
     std::map<std::string, uintmax_t> logSizes_;  // the day logs at the start and their sizes
+    std::vector<TForm*> extraForms_;              // AddForm
 };
 
 // Text of a value for `get` and the like: null, true/false, numbers, strings, dates as

@@ -10,6 +10,7 @@
 #include "base/FormatSettings.h"
 #include "base/Guard.h"
 #include "sim/SimStore.h"
+#include "sim/SimFiledItems.h"
 #include "sim/SimTaskItem.h"
 
 namespace sim {
@@ -43,6 +44,12 @@ const TSimItemMaker kMakers[] = {
          return std::make_shared<TSimTaskItem>(store, folder, cls, store->userName);
      }},
 };
+
+// Every other kind the mailbox makes, by its own table (sim/SimFiledItems.h).
+std::shared_ptr<TSimItem> MakeOther(const std::shared_ptr<detail::SimStore>& store,
+                                    const std::shared_ptr<TSimFolder>& folder, const std::string& cls) {
+    return MakeFiledItem(store, folder, cls);
+}
 
 const TSimItemMaker* MakerOf(std::string_view cls) {
     for (const auto& m : kMakers) {
@@ -175,6 +182,11 @@ Variant TSimItem::Coerce(const TSimProperty& p, const Variant& value) const {
                 d = d >= NoCompletionDate() ? NoCompletionDate() : DateOf(d);
                 return Variant::FromDate(d);
             }
+            case TSimPropertyKind::DateTime: {
+                TDateTime d = value.AsDateTime();
+                if (!std::isfinite(d)) throw EOleException(std::string("The date is not valid for ") + p.name + ".");
+                return Variant::FromDate(d >= NoCompletionDate() ? NoCompletionDate() : d);
+            }
         }
     } catch (const EOleException&) {
         throw;
@@ -231,7 +243,7 @@ void TSimItem::DoSave() {
         s->items[entryId_] = self;
         s->Log("added " + Label() + " to " + folder->Path());
         saved_ = values_;
-        if (s->onItemAdded) s->onItemAdded(*this);
+        s->ItemAdded(*this, folder);
         return;
     }
     s->Log("saved " + Label());
@@ -282,7 +294,7 @@ std::shared_ptr<platform::IDispatch> TSimItem::DoMove(const std::shared_ptr<outl
         dest->items_.push_back(self);
         folder_ = dest;
         s->Log("moved " + Label() + " from " + (from ? from->Path() : std::string("?")) + " to " + dest->Path());
-        if (s->onItemAdded) s->onItemAdded(*this);
+        s->ItemAdded(*this, dest);
     }
     return Dispatch();
 }
@@ -313,6 +325,11 @@ std::string TSimItem::DisplayText(const Variant& value, TSimPropertyKind kind) {
         case TSimPropertyKind::Date: {
             TDateTime d = value.AsDateTime();
             return d >= NoCompletionDate() ? "None" : IsoDate(d);
+        }
+        case TSimPropertyKind::DateTime: {
+            TDateTime d = value.AsDateTime();
+            if (d >= NoCompletionDate()) return "None";
+            return TimeOf(d) == 0 ? IsoDate(d) : FormatDateTime("yyyy-mm-dd\"T\"hh:nn:ss", d);
         }
     }
     return value.AsString();
@@ -345,6 +362,12 @@ void TSimItem::UserSetPropertyText(std::string_view name, std::string_view text)
 }
 
 void TSimItem::PresetPropertyText(std::string_view name, std::string_view text) {
+    if (PresetSpecial(name, text)) return;
+    if (SameText(name, "MessageClass")) {
+        if (!IsNew()) throw ESimError("The message class of a saved item can't be changed.");
+        PresetMessageClass(std::string(text));
+        return;
+    }
     const TSimProperty& p = Describe(name);
     Variant v = ParseText(p, text);
     try {
@@ -391,6 +414,25 @@ Variant TSimItem::ParseText(const TSimProperty& p, std::string_view text) const 
                 d = NoCompletionDate();
             else if (!ParseIsoDate(t, d) && !TryStrToDate(t, d, FormatSettings()))
                 throw bad("a date");
+            v = Variant::FromDate(d);
+            break;
+        }
+        case TSimPropertyKind::DateTime: {
+            // YYYY-MM-DD[THH:MM[:SS]], or the short date form.
+            TDateTime d = 0;
+            if (t.empty() || SameText(t, "None")) {
+                d = NoCompletionDate();
+            } else {
+                std::string_view day = t.substr(0, t.find('T'));
+                if (!ParseIsoDate(day, d) && !TryStrToDate(t, d, FormatSettings())) throw bad("a date");
+                if (day.size() < t.size()) {
+                    std::string time(t.substr(day.size() + 1));
+                    if (time.size() == 5) time += ":00";
+                    TDateTime tod = 0;
+                    if (time.size() != 8 || !ParseIsoTime(time, tod)) throw bad("a date and time");
+                    d += tod;
+                }
+            }
             v = Variant::FromDate(d);
             break;
         }
@@ -456,6 +498,180 @@ void TSimItem::UserDeleteForGood() {
     deleted_ = true;
 }
 
+Variant TSimItem::GetProperty(const std::string& name) {
+    if (SameText(name, "EntryID")) {
+        Enter("EntryID");
+        return Variant(entryId_);
+    }
+    if (SameText(name, "MessageClass")) {
+        Enter("MessageClass");
+        return Variant(messageClass_);
+    }
+    if (!Find(name)) throw EOleException("Unknown name: " + name);
+    return Read(name);
+}
+
+std::shared_ptr<TSimItem> TSimItem::DoCopy() {
+    auto self = shared_from_this();
+    auto s = Alive(store_);
+    auto folder = folder_.lock();
+    if (!folder) throw EOleException("The item's folder no longer exists.");
+    if (entryId_.empty()) DoSave();
+    auto copy = TSimItems::Make(folder, messageClass_);
+    if (!copy) throw EOleException(kNotValid);
+    copy->values_ = values_;
+    copy->saved_ = values_;
+    copy->userProps_ = userProps_;
+    CopyExtrasTo(*copy);
+    copy->entryId_ = s->NewEntryID();
+    folder->items_.push_back(copy);
+    s->items[copy->entryId_] = copy;
+    s->Log("copied " + Label() + " to " + copy->Label() + " in " + folder->Path());
+    s->ItemAdded(*copy, folder);
+    return copy;
+}
+
+void TSimItem::DoDelete() {
+    auto self = shared_from_this();
+    auto s = Alive(store_);
+    auto it = s->defaults.find(outlook::olFolderDeletedItems);
+    auto deletedItems = it == s->defaults.end() ? nullptr : it->second;
+    if (!entryId_.empty() && deletedItems && folder_.lock() != deletedItems) {
+        s->Log("deleted " + Label());
+        if (InspectorOpen()) {
+            Raise(outlook::DISPID_Close);
+            values_ = saved_;
+            CloseInspector(*s);
+            Raise(outlook::DISPID_Unload);
+        }
+        DoMove(deletedItems);
+        return;
+    }
+    s->Log("deleted " + Label() + " for good");
+    if (InspectorOpen()) {
+        Raise(outlook::DISPID_Close);
+        values_ = saved_;
+        CloseInspector(*s);
+        Raise(outlook::DISPID_Unload);
+    }
+    if (deleted_) return;
+    RemoveFromFolder();
+    if (!entryId_.empty()) s->items.erase(entryId_);
+    deleted_ = true;
+}
+
+void TSimItem::DoClose(int saveMode) {
+    auto self = shared_from_this();
+    auto s = Alive(store_);
+    if (saveMode < outlook::olSave || saveMode > outlook::olPromptForSave) throw EOleException(kNotValid);
+    const bool open = InspectorOpen();
+    if (open) Raise(outlook::DISPID_Close);
+    if (deleted_) return;
+    if (saveMode == outlook::olSave) {
+        DoSave();
+    } else if (saveMode == outlook::olDiscard) {
+        values_ = saved_;
+    }
+    if (open) {
+        s->Log("closed " + Label());
+        CloseInspector(*s);
+        Raise(outlook::DISPID_Unload);
+    }
+}
+
+void TSimItem::CloseAfterSend() {
+    auto self = shared_from_this();
+    auto s = Alive(store_);
+    if (!InspectorOpen()) return;
+    Raise(outlook::DISPID_Send);
+    Raise(outlook::DISPID_Close);
+    CloseInspector(*s);
+    Raise(outlook::DISPID_Unload);
+}
+
+void TSimItem::Relocate(const std::shared_ptr<TSimFolder>& folder, const std::string& how) {
+    auto self = shared_from_this();
+    auto s = Alive(store_);
+    RemoveFromFolder();
+    if (!entryId_.empty()) s->items.erase(entryId_);
+    entryId_ = s->NewEntryID();
+    folder_ = folder;
+    folder->items_.push_back(self);
+    s->items[entryId_] = self;
+    saved_ = values_;
+    s->Log(how + " " + Label() + " to " + folder->Path());
+    s->ItemAdded(*this, folder);
+}
+
+// The user properties of one item, and one of them. A property outlives nothing: each reference
+// finds its property by name on the item at each call.
+class TSimUserPropertyRef : public outlook::UserProperty {
+public:
+    TSimUserPropertyRef(std::shared_ptr<TSimItem> item, std::string name)
+        : item_(std::move(item)), name_(std::move(name)) {}
+    std::string Name() override {
+        Entry();
+        return name_;
+    }
+    Variant Value() override { return Entry().value; }
+    void SetValue(const Variant& value) override {
+        TSimUserProperty& p = Entry();
+        if (p.type == outlook::olNumber) {
+            double d = 0;
+            try {
+                d = value.AsDouble();
+            } catch (const std::exception&) {
+                throw EOleException("Type mismatch: the value can't be taken for " + name_ + ".");
+            }
+            p.value = Variant(d);
+        } else {
+            p.value = Variant(value.AsString());
+        }
+    }
+
+private:
+    TSimUserProperty& Entry() {
+        auto s = Alive(item_->store_);
+        s->failures->CheckOle("UserProperty.Value");
+        for (auto& p : item_->userProps_)
+            if (p.name == name_) return p;
+        throw EOleException("The property has been deleted.");
+    }
+    std::shared_ptr<TSimItem> item_;
+    std::string name_;
+};
+
+class TSimUserProperties : public outlook::UserProperties {
+public:
+    explicit TSimUserProperties(std::shared_ptr<TSimItem> item) : item_(std::move(item)) {}
+    int Count() override {
+        Alive(item_->store_)->failures->CheckOle("UserProperties.Count");
+        return static_cast<int>(item_->userProps_.size());
+    }
+    std::shared_ptr<outlook::UserProperty> Add(const std::string& name, int type, bool, int) override {
+        Alive(item_->store_)->failures->CheckOle("UserProperties.Add");
+        if (name.empty() || (type != outlook::olText && type != outlook::olNumber)) throw EOleException(kNotValid);
+        for (const auto& p : item_->userProps_)
+            if (SameText(p.name, name)) throw EOleException("A property of the name " + name + " exists already.");
+        item_->userProps_.push_back(
+            {name, type, type == outlook::olNumber ? Variant(0.0) : Variant(std::string())});
+        return std::make_shared<TSimUserPropertyRef>(item_, name);
+    }
+    std::shared_ptr<outlook::UserProperty> Find(const std::string& name, bool) override {
+        Alive(item_->store_)->failures->CheckOle("UserProperties.Find");
+        for (const auto& p : item_->userProps_)
+            if (SameText(p.name, name)) return std::make_shared<TSimUserPropertyRef>(item_, p.name);
+        return nullptr;
+    }
+
+private:
+    std::shared_ptr<TSimItem> item_;
+};
+
+std::shared_ptr<outlook::UserProperties> TSimItem::DoUserProperties() {
+    return std::make_shared<TSimUserProperties>(shared_from_this());
+}
+
 nlohmann::json TSimItem::ToJson() const {
     nlohmann::json j = nlohmann::json::object();
     j["EntryID"] = entryId_;
@@ -469,6 +685,17 @@ nlohmann::json TSimItem::ToJson() const {
             case TSimPropertyKind::Boolean: j[p.name] = v.AsBoolean(); break;
             default: j[p.name] = DisplayText(v, p.kind); break;
         }
+    }
+    ExtraJson(j);
+    if (!userProps_.empty()) {
+        nlohmann::json props = nlohmann::json::object();
+        for (const auto& p : userProps_) {
+            if (p.value.type() == Variant::Type::Double)
+                props[p.name] = p.value.AsDouble();
+            else
+                props[p.name] = p.value.AsString();
+        }
+        j["UserProperties"] = props;
     }
     return j;
 }
@@ -516,6 +743,22 @@ std::shared_ptr<platform::IDispatch> TSimItems::Item(int index) {
     return folder_->items_[static_cast<size_t>(index - 1)]->Dispatch();
 }
 
+uint32_t TSimItems::Advise(const std::shared_ptr<outlook::ItemsEvents>& sink) {
+    folder_->Store()->failures->CheckOle("Items.Advise");
+    if (!sink) throw EOleException(kNotValid);
+    uint32_t cookie = folder_->nextItemSink_++;
+    folder_->itemSinks_.emplace_back(cookie, sink);
+    return cookie;
+}
+
+void TSimItems::Unadvise(uint32_t cookie) {
+    folder_->Store()->failures->CheckOle("Items.Unadvise");
+    auto& sinks = folder_->itemSinks_;
+    auto it = std::find_if(sinks.begin(), sinks.end(), [cookie](const auto& e) { return e.first == cookie; });
+    if (it == sinks.end()) throw EOleException("The connection does not exist.");
+    sinks.erase(it);
+}
+
 std::shared_ptr<platform::IDispatch> TSimItems::Add(const std::string& messageClass) {
     folder_->Store()->failures->CheckOle("Items.Add");
     auto item = Make(folder_, messageClass);
@@ -530,11 +773,17 @@ std::shared_ptr<TSimItem> TSimItems::Make(const std::shared_ptr<TSimFolder>& fol
     if (cls.empty()) {
         for (const auto& m : kMakers)
             if (m.itemType == folder->defaultItemType_) maker = &m;
-        if (maker) cls = maker->messageClass;
+        if (maker) {
+            cls = maker->messageClass;
+        } else {
+            for (const auto& k : FiledKinds())
+                if (k.itemType == folder->defaultItemType_) cls = k.messageClass;
+            if (cls.empty()) return nullptr;
+        }
     } else {
         maker = MakerOf(cls);
     }
-    if (!maker) return nullptr;
+    if (!maker) return MakeOther(s, folder, cls);
     return maker->make(s, folder, cls);
 }
 

@@ -25,7 +25,15 @@
 
 namespace sim {
 
-enum class TSimPropertyKind { Text, Integer, Boolean, Date };
+// Date holds the day only (a task's dates); DateTime keeps the time of day (a mail's SentOn).
+enum class TSimPropertyKind { Text, Integer, Boolean, Date, DateTime };
+
+// A user property that the add-in put on an item.
+struct TSimUserProperty {
+    std::string name;
+    int type = 0;
+    Variant value;
+};
 
 // One property of a kind of item. Integers must lie in [min, max].
 struct TSimProperty {
@@ -72,6 +80,8 @@ public:
 
     // The item as the object model hands it out (its _TaskItem, ... interface as IDispatch).
     virtual std::shared_ptr<platform::IDispatch> Dispatch() = 0;
+    // Late-bound reads by name: EntryID, MessageClass and every property of the kind.
+    Variant GetProperty(const std::string& name) override;
     // The kind's name in the object model ("TaskItem"); its members' failures carry it.
     virtual const char* Kind() const = 0;
     // The kind's properties, in the order their changes are raised after the one set.
@@ -95,6 +105,7 @@ public:
     Variant Value(std::string_view name) const;
     const Values& AllValues() const { return values_; }
     const TSimConnectionPoint& Connection() const { return *connection_; }
+    const std::vector<TSimUserProperty>& UserPropertyList() const { return userProps_; }
     // EntryID, MessageClass, Folder, then every property; dates as "YYYY-MM-DD", no date as "None".
     nlohmann::json ToJson() const;
     // A value as the journal and the JSON map show it.
@@ -128,6 +139,8 @@ public:
     void PresetPropertyText(std::string_view name, std::string_view text);
     // Saves the item as the object model's Save does, without its named failure.
     void SimSave();
+    // Sets the message class text, such as a sub-class "IPM.Note.Receipt", before the first save.
+    void PresetMessageClass(std::string messageClass) { messageClass_ = std::move(messageClass); }
 
 protected:
     TSimItem(std::weak_ptr<detail::SimStore> store, std::weak_ptr<TSimFolder> folder, std::string messageClass);
@@ -145,6 +158,26 @@ protected:
     std::shared_ptr<outlook::_Inspector> DoGetInspector();
     void DoDisplay();
     std::shared_ptr<platform::IDispatch> DoMove(const std::shared_ptr<outlook::MAPIFolder>& destination);
+    // A saved copy in the item's own folder, with its values, user properties and what the
+    // kind adds (CopyExtrasTo).
+    std::shared_ptr<TSimItem> DoCopy();
+    // Delete: to Deleted Items, or for good when it stands there already.
+    void DoDelete();
+    // Close(saveMode): olSave saves, olDiscard drops unsaved changes; an open inspector closes.
+    void DoClose(int saveMode);
+    std::shared_ptr<outlook::UserProperties> DoUserProperties();
+    // Takes the item out of its folder and gives it a new EntryID in `folder` (a mail sent).
+    void Relocate(const std::shared_ptr<TSimFolder>& folder, const std::string& how);
+    // Sets a value without events (what Outlook itself writes, such as SentOn at sending).
+    void PresetValue(const std::string& name, Variant value) { values_[name] = std::move(value); }
+    // The inspector goes after sending: Send, then Close and Unload.
+    void CloseAfterSend();
+
+    // What a kind adds beyond its properties: extra words of `outlook add` (true when the name
+    // was one of the kind's), what a copy takes over, what the JSON map shows.
+    virtual bool PresetSpecial(std::string_view name, std::string_view text) { return false; }
+    virtual void CopyExtrasTo(TSimItem& other) const {}
+    virtual void ExtraJson(nlohmann::json& j) const {}
 
     // The kind's rules: `name` was set in `after`; set what follows from it there. `before`
     // holds the values as they were.
@@ -152,6 +185,8 @@ protected:
 
 private:
     friend class TSimInspector;
+    friend class TSimUserProperties;
+    friend class TSimUserPropertyRef;
     const TSimProperty& Describe(std::string_view name) const;  // ESimError for an unknown name
     const TSimProperty* Find(std::string_view name) const;
     // A value as the user types it for the property; ESimError when it reads as none.
@@ -175,6 +210,7 @@ private:
     Values saved_;
     std::shared_ptr<TSimConnectionPoint> connection_;
     std::shared_ptr<TSimInspector> inspector_;
+    std::vector<TSimUserProperty> userProps_;
 };
 
 // The window of one item. It lives from GetInspector until the item's inspector is closed; after
@@ -210,6 +246,9 @@ public:
 
     int Count() override;
     std::shared_ptr<platform::IDispatch> Item(int index) override;
+    // The folder's item events: every Items of one folder shares its sinks.
+    uint32_t Advise(const std::shared_ptr<outlook::ItemsEvents>& sink) override;
+    void Unadvise(uint32_t cookie) override;
     // A new item of that message class ("IPM.Task", or a custom form's "IPM.Task.Something"), or
     // of the folder's own kind when the class is empty; unsaved and outside the folder's list
     // until its first save. A class the mailbox can't make raises.

@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/Guard.h"
 #include "sim/SimItem.h"
 #include "sim/SimStore.h"
 
@@ -45,6 +46,11 @@ std::string SimStore::NewEntryID() {
     char buf[32];
     std::snprintf(buf, sizeof buf, "%08X", nextEntry++);
     return "00000000C0E1A5B1D2F3400089AB0000" + std::string(buf);
+}
+
+void SimStore::ItemAdded(TSimItem& item, const std::shared_ptr<TSimFolder>& folder) {
+    pendingAdds.emplace_back(folder, item.shared_from_this());
+    if (onItemAdded) onItemAdded(item);
 }
 
 }  // namespace detail
@@ -123,9 +129,56 @@ private:
     std::weak_ptr<detail::SimStore> store_;
 };
 
+// The items selected in the explorer when the selection was asked for.
+class TSimSelection : public outlook::Selection {
+public:
+    TSimSelection(std::weak_ptr<detail::SimStore> store, std::vector<std::shared_ptr<TSimItem>> items)
+        : store_(std::move(store)), items_(std::move(items)) {}
+    int Count() override {
+        Alive(store_)->failures->CheckOle("Selection.Count");
+        return static_cast<int>(items_.size());
+    }
+    std::shared_ptr<outlook::IDispatch> Item(int index) override {
+        Alive(store_)->failures->CheckOle("Selection.Item");
+        if (index < 1 || index > static_cast<int>(items_.size())) throw EOleException("Array index out of bounds.");
+        return items_[static_cast<size_t>(index - 1)]->Dispatch();
+    }
+
+private:
+    std::weak_ptr<detail::SimStore> store_;
+    std::vector<std::shared_ptr<TSimItem>> items_;
+};
+
+// The one explorer: it shows the folder last selected (the Inbox at first).
+class TSimExplorer : public outlook::_Explorer {
+public:
+    explicit TSimExplorer(std::weak_ptr<detail::SimStore> store) : store_(std::move(store)) {}
+    std::shared_ptr<outlook::Selection> GetSelection() override {
+        auto s = Alive(store_);
+        s->failures->CheckOle("Explorer.Selection");
+        std::vector<std::shared_ptr<TSimItem>> items;
+        for (const auto& item : s->selection)
+            if (!item->IsDeleted()) items.push_back(item);
+        return std::make_shared<TSimSelection>(store_, std::move(items));
+    }
+    std::shared_ptr<outlook::MAPIFolder> CurrentFolder() override {
+        auto s = Alive(store_);
+        s->failures->CheckOle("Explorer.CurrentFolder");
+        if (s->explorerFolder) return s->explorerFolder;
+        return s->defaults.at(outlook::olFolderInbox);
+    }
+
+private:
+    std::weak_ptr<detail::SimStore> store_;
+};
+
 class TSimApplication : public outlook::_Application {
 public:
     explicit TSimApplication(std::shared_ptr<detail::SimStore> store) : store_(std::move(store)) {}
+    std::shared_ptr<outlook::_Explorer> ActiveExplorer() override {
+        store_->failures->CheckOle("Application.ActiveExplorer");
+        return std::make_shared<TSimExplorer>(store_);
+    }
     std::shared_ptr<outlook::_NameSpace> GetNamespace(const std::string& type) override {
         store_->failures->CheckOle("Application.GetNamespace");
         if (!SameText(type, "MAPI"))
@@ -361,6 +414,34 @@ std::vector<std::shared_ptr<TSimItem>> TSimOutlook::Selection() const {
     for (const auto& item : store_->selection)
         if (!item->IsDeleted()) out.push_back(item);
     return out;
+}
+
+int TSimOutlook::DeliverItemAdds(int limit) {
+    int raised = 0;
+    auto& pending = store_->pendingAdds;
+    while (!pending.empty()) {
+        auto [weakFolder, item] = pending.front();
+        pending.erase(pending.begin());
+        auto folder = weakFolder.lock();
+        // An item that left the folder, or the mailbox, before the loop came round is not there
+        // to be reported.
+        if (!folder || item->IsDeleted() || item->Folder() != folder) continue;
+        if (folder->itemSinks_.empty()) continue;
+        if (++raised > limit) {
+            pending.clear();
+            throw ESimError("item-added events keep raising more of themselves");
+        }
+        // The sinks as they stand: one that leaves meanwhile hears no more.
+        auto sinks = folder->itemSinks_;
+        for (const auto& [cookie, sink] : sinks) {
+            auto& now = folder->itemSinks_;
+            bool still = std::any_of(now.begin(), now.end(), [&](const auto& e) { return e.first == cookie; });
+            if (!still) continue;
+            auto dispatch = item->Dispatch();
+            Swallow([&] { sink->ItemAdd(dispatch); });
+        }
+    }
+    return raised;
 }
 
 void TSimOutlook::SetDisplayHook(std::function<void(TSimItem&)> hook) { store_->onDisplay = std::move(hook); }

@@ -87,6 +87,8 @@ public:
     std::string Path() const;
     // The saved items of the folder, in the order they came in.
     const std::vector<std::shared_ptr<TSimItem>>& ItemList() const { return items_; }
+    // The sinks connected to the folder's item events, in the order they were advised.
+    size_t ItemSinkCount() const { return itemSinks_.size(); }
 
 private:
     friend class TSimFolders;
@@ -102,6 +104,8 @@ private:
     int defaultItemType_;
     std::vector<std::shared_ptr<TSimFolder>> children_;
     std::vector<std::shared_ptr<TSimItem>> items_;
+    std::vector<std::pair<uint32_t, std::shared_ptr<outlook::ItemsEvents>>> itemSinks_;
+    uint32_t nextItemSink_ = 1;
 };
 
 class TSimOutlook {
@@ -159,6 +163,13 @@ public:
     // The folder the explorer shows (nullptr before the first Select) and its selected items.
     std::shared_ptr<TSimFolder> ExplorerFolder() const;
     std::vector<std::shared_ptr<TSimItem>> Selection() const;
+
+    // The message loop: raises the item-added events waiting since the calls that caused them,
+    // to the sinks connected at that moment, oldest first, also those that the sinks' own work
+    // causes meanwhile, up to `limit` events. Returns the number raised; ESimError when more
+    // were still waiting after `limit` (events that keep raising more of themselves), which
+    // are dropped then. What a sink throws stays with the sink.
+    int DeliverItemAdds(int limit = 1000);
 
     // Hooks for a host that shows what happens. The display hook hears of each Display of an
     // item's inspector, also of one shown already that only comes to the front. The item-added

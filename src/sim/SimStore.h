@@ -39,8 +39,12 @@ struct SimStore {
     // The host's hooks (TSimOutlook::SetDisplayHook, SetItemAddedHook).
     std::function<void(TSimItem&)> onDisplay;
     std::function<void(TSimItem&)> onItemAdded;
+    // The item-added events waiting for the message loop: the folder and the item that came in.
+    std::vector<std::pair<std::weak_ptr<TSimFolder>, std::shared_ptr<TSimItem>>> pendingAdds;
 
     std::string NewEntryID();
+    // An item came into a folder: the host hears of it now, the folder's sinks from the loop.
+    void ItemAdded(TSimItem& item, const std::shared_ptr<TSimFolder>& folder);
     void Log(std::string line) { journal.push_back(std::move(line)); }
 };
 

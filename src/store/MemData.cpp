@@ -265,6 +265,7 @@ TField& TdxMemData::AddField(std::string name, TFieldType type, int size, TField
     fields_.push_back(std::unique_ptr<TField>(new TField(this, std::move(name), type, size, kind, index)));
     highest_.push_back(0);
     for (Row& r : rows_) r.cells.emplace_back();
+    RowsChanged();
     pending_.cells.emplace_back();
     return *fields_.back();
 }
@@ -292,6 +293,7 @@ void TdxMemData::Open() {
 
 void TdxMemData::Close() {
     rows_.clear();
+    RowsChanged();
     filterList_.clear();
     lastBookmark_ = 0;
     curRec_ = -1;
@@ -466,6 +468,29 @@ const TCell& TdxMemData::Cell(int row, int field) const {
     return rows_.at(static_cast<size_t>(row)).cells.at(static_cast<size_t>(field));
 }
 
+void TdxMemData::FindIntegerRows(int field, int64_t value, std::vector<int>& positions) const {
+    if (field < 0 || field >= FieldCount()) throw EDatabaseError("Field index out of range");
+    TIntegerColumn& c = integerColumn_;
+    if (!c.valid || c.field != field || c.version != rowsVersion_) {
+        const size_t n = rows_.size();
+        c.values.assign(n, 0);
+        c.present.assign(n, 0);
+        for (size_t r = 0; r < n; ++r)
+            if (const auto* v = std::get_if<int64_t>(&rows_[r].cells[static_cast<size_t>(field)])) {
+                c.values[r] = *v;
+                c.present[r] = 1;
+            }
+        c.field = field;
+        c.version = rowsVersion_;
+        c.valid = true;
+    }
+    const size_t n = c.values.size();
+    const int64_t* values = c.values.data();
+    const uint8_t* present = c.present.data();
+    for (size_t r = 0; r < n; ++r)
+        if (values[r] == value && present[r]) positions.push_back(static_cast<int>(r) + 1);
+}
+
 Variant TdxMemData::RowValue(int row, const TField& field) const {
     return field.CellToVariant(Cell(row, field.Index()));
 }
@@ -610,6 +635,7 @@ void TdxMemData::Post() {
             Cancel();
             return;
         }
+        RowsChanged();
         if (!sorted) {
             rows_[curRec_] = std::move(pending_);
         } else {
@@ -623,6 +649,7 @@ void TdxMemData::Post() {
             for (size_t i = 0; i < shown.size(); ++i) filterList_[i] = RowOfBookmark(shown[i]) + 1;
         }
     } else {
+        RowsChanged();
         Row row = std::move(pending_);
         AssignAutoInc(row);
         row.bookmark = ++lastBookmark_;
@@ -663,6 +690,7 @@ void TdxMemData::Delete() {
     if (curRec_ < 0 || curRec_ >= static_cast<int>(rows_.size())) return;
     int removed = curRec_;
     rows_.erase(rows_.begin() + removed);
+    RowsChanged();
     if (isFiltered_) {
         int f = FilterIndexOf(removed);
         if (f >= 0) {
@@ -866,6 +894,7 @@ void TdxMemData::SortRows() {
     for (int p : filterList_) shown.push_back(rows_[p - 1].bookmark);
     SortKey key{this, f, (sortOptions_ & soDesc) != 0, (sortOptions_ & soCaseInsensitive) != 0};
     size_t fi = static_cast<size_t>(f->Index());
+    RowsChanged();
     std::stable_sort(rows_.begin(), rows_.end(),
                      [&](const Row& a, const Row& b) { return key.Less(a.cells[fi], b.cells[fi]); });
     for (size_t i = 0; i < shown.size(); ++i) filterList_[i] = RowOfBookmark(shown[i]) + 1;

@@ -243,6 +243,11 @@ public:
     int CurRec() const { return curRec_; }                             // zero-based, -1 for none
     std::vector<int> VisibleRows() const;                              // zero-based rows the filter shows
     const TCell& Cell(int row, int field) const;
+    // The one-based table positions, in table order, of the rows whose integer field holds the
+    // value; the rows in edit are read as stored. The field's values are read from a column kept
+    // beside the rows and made anew after any change of the rows, so that a second search over
+    // unchanged rows reads one array.
+    void FindIntegerRows(int field, int64_t value, std::vector<int>& positions) const;
     Variant RowValue(int row, const TField& field) const;
     TBookmark RowBookmark(int row) const;
     int RowOfBookmark(TBookmark b) const;  // -1 when gone
@@ -264,6 +269,8 @@ private:
     };
 
     const TCell& CurrentCell(const TField& f) const;
+    // Rows were added, removed, reordered or rewritten: kept columns are out of date.
+    void RowsChanged() { ++rowsVersion_; }
     void WriteCurrentCell(TField& f, TCell value);
     void CheckBrowseMode();
     void PrepareMove();
@@ -291,6 +298,16 @@ private:
     std::vector<std::unique_ptr<TField>> fields_;
     std::vector<Row> rows_;
     std::vector<int> filterList_;
+    uint64_t rowsVersion_ = 0;
+    // A kept copy of one integer field, for FindIntegerRows.
+    struct TIntegerColumn {
+        int field = -1;
+        uint64_t version = 0;
+        bool valid = false;
+        std::vector<int64_t> values;
+        std::vector<uint8_t> present;  // 0 for a cell that holds no integer
+    };
+    mutable TIntegerColumn integerColumn_;
     std::vector<int64_t> highest_;  // per field: highest auto-increment value seen
     TBookmark lastBookmark_ = 0;
     int curRec_ = -1;

@@ -4,6 +4,11 @@
 #include "base/Guard.h"
 #include "host/AddinModule.h"
 #include "host/Globals.h"
+#include "filing/uAppointments.h"
+#include "filing/uContacts.h"
+#include "filing/uEmails.h"
+#include "filing/uNotes.h"
+#include "reports/uExcel.h"
 #include "tasks/uTasks.h"
 #include "support/ufmOptions.h"
 #include "time/ufmTimer.h"
@@ -45,16 +50,16 @@ TfmList::TfmList()
     cxDBTreeList1.RootValue = Variant(-1);
     cxDBTreeList1.ReadOnly = true;
 
-    // The toolbar. The item commands, the time entry and the export join with their parts.
+    // The toolbar. The item commands and the time entry join with their parts.
     ButtonGroup1.Add("New root task", 23).OnClick = [this] { NewRootTask1Click(); };
     ButtonGroup1.Add("New child task", 10).OnClick = [this] { NewTask1Click(); };
-    ButtonGroup1.Add("New note", 11);
-    ButtonGroup1.Add("New email", 12);
-    ButtonGroup1.Add("New appointment", 13);
+    ButtonGroup1.Add("New note", 11).OnClick = [this] { Newnote1Click(); };
+    ButtonGroup1.Add("New email", 12).OnClick = [this] { Newemail1Click(); };
+    ButtonGroup1.Add("New appointment", 13).OnClick = [this] { Newappointment1Click(); };
     ButtonGroup1.Add("New time entry", 14);
-    ButtonGroup1.Add("New contact", 15);
-    ButtonGroup1.Add("New distribution list", 16);
-    ButtonGroup1.Add("Export to Microsoft Excel", 24);
+    ButtonGroup1.Add("New contact", 15).OnClick = [this] { Newcontact1Click(); };
+    ButtonGroup1.Add("New distribution list", 16).OnClick = [this] { Newdistributionlist1Click(); };
+    ButtonGroup1.Add("Export to Microsoft Excel", 24).OnClick = [this] { ButtonGroup1Items8Click(); };
 
     // The popup menu.
     PopupMenu1.Add("NewRootTask1", "New &root task", 23);
@@ -91,6 +96,38 @@ TfmList::TfmList()
     Bind(item("Collapse1"), "Collapse1Click", &TfmList::Collapse1Click);
     Bind(item("Expandthistask1"), "Expandthistask1Click", &TfmList::Expandthistask1Click);
     Bind(item("Completedtasks1"), "Completedtasks1Click", &TfmList::Completedtasks1Click);
+    Bind(item("Newnote1"), "Newnote1Click", &TfmList::Newnote1Click);
+    Bind(item("Newemail1"), "Newemail1Click", &TfmList::Newemail1Click);
+    Bind(item("Newappointment1"), "Newappointment1Click", &TfmList::Newappointment1Click);
+    Bind(item("Newcontact1"), "Newcontact1Click", &TfmList::Newcontact1Click);
+    Bind(item("Newdistributionlist1"), "Newdistributionlist1Click", &TfmList::Newdistributionlist1Click);
+
+    // The drop target and its three menus.
+    DMTextTarget1.AcceptorControl = &cxDBTreeList1;
+    DMTextTarget1.OnDragOver = [this](TDMTextTarget& s, int x, int y) { DMTextTarget1DragOver(s, x, y); };
+    DMTextTarget1.OnDrop = [this](TDMTextTarget& s, int x, int y) { DMTextTarget1Drop(s, x, y); };
+    PopupMenu2.Add("Copyhere1", "Copy here");
+    PopupMenu2.Add("Movehere1", "Move here");
+    PopupMenu2.Add("N1", "-");
+    PopupMenu2.Add("AddTask1", "Add as new task");
+    PopupMenu2.Add("N2", "-");
+    PopupMenu2.Add("Cancel1", "Cancel");
+    PopupMenu3.Add("MenuItem1", "Copy here");
+    PopupMenu3.Add("MenuItem2", "Move here");
+    PopupMenu3.Add("MenuItem5", "-");
+    PopupMenu3.Add("MenuItem6", "Cancel");
+    PopupMenu4.Add("MenuItem7", "Copy here");
+    PopupMenu4.Add("MenuItem11", "-");
+    PopupMenu4.Add("MenuItem12", "Cancel");
+    for (const char* name : {"Copyhere1", "MenuItem1", "MenuItem7"})
+        Bind(item(name), "Copyhere1Click", &TfmList::Copyhere1Click);
+    for (const char* name : {"Movehere1", "MenuItem2"}) Bind(item(name), "Movehere1Click", &TfmList::Movehere1Click);
+    Bind(item("AddTask1"), "AddTask1Click", &TfmList::AddTask1Click);
+    for (const char* name : {"N1", "N2", "MenuItem5", "MenuItem11"}) Bind(item(name), "N2Click", &TfmList::N2Click);
+    PublishHandler("CopyItemsHere", [this] { CopyItemsHere(); });
+    PublishHandler("MoveItemsHere", [this] { MoveItemsHere(); });
+    PublishHandler("AddItemsAsTasks", [this] { AddItemsAsTasks(); });
+    Bind(item("ExporttoMicrosoftExcel1"), "ButtonGroup1Items8Click", &TfmList::ButtonGroup1Items8Click);
     PublishHandler("SpeedButton1Click", [this] { SpeedButton1Click(); });
     PublishHandler("SpeedButton2Click", [this] { SpeedButton2Click(); });
     PublishHandler("Deletetaskchildren1Click", [this] { Deletetaskchildren1Click(); });
@@ -160,6 +197,75 @@ void TfmList::Completedtasks1Click() {
     if (HasRecords(*Globals().MemDataTasks)) Live(Globals().fmOptions).ShowModal();
 }
 
+namespace {
+
+// The New handlers of items: nothing without tasks; the rest under a guard that swallows.
+template <class Make>
+void NewItemForTask(Make make) {
+    TModuleGlobals& g = Globals();
+    if (!HasRecords(*g.MemDataTasks)) return;
+    Swallow([&] { make(g); });
+}
+
+}  // namespace
+
+void TfmList::Newnote1Click() {
+    NewItemForTask([](TModuleGlobals& g) {
+        std::string subject = GetNodeFullDescription(g.FocusedNode);
+        platform::Use(CreatePostItem(g.CurrentTaskID, subject)).Display(false);
+    });
+}
+
+void TfmList::Newemail1Click() {
+    NewItemForTask([](TModuleGlobals& g) {
+        std::string subject = GetNodeFullDescription(g.FocusedNode);
+        platform::Use(CreateMailItem(g.CurrentTaskID, subject, "")).Display(false);
+    });
+}
+
+void TfmList::Newappointment1Click() {
+    NewItemForTask([](TModuleGlobals& g) {
+        std::string subject = GetNodeFullDescription(g.FocusedNode);
+        platform::Use(CreateAppointmentItem(g.CurrentTaskID, subject)).Display(false);
+    });
+}
+
+void TfmList::Newcontact1Click() {
+    NewItemForTask([](TModuleGlobals& g) { platform::Use(CreateContactItem(g.CurrentTaskID)).Display(false); });
+}
+
+void TfmList::Newdistributionlist1Click() {
+    NewItemForTask([](TModuleGlobals& g) {
+        std::string subject = GetNodeFullDescription(g.FocusedNode);
+        platform::Use(CreateDistListItem(g.CurrentTaskID, subject)).Display(false);
+    });
+}
+
+void TfmList::ButtonGroup1Items8Click() {
+    TModuleGlobals& g = Globals();
+    TdxMemData& tasks = *g.MemDataTasks;
+    if (!HasRecords(tasks)) {
+        ShowMessage("You have no tasks.");
+        return;
+    }
+    platform::IScreen& screen = g.AddInModule->Screen();
+    screen.SetCursor(platform::crHourGlass);
+    TBookmark bookmark = tasks.GetBookmark();
+    tasks.DisableControls();
+    try {
+        TaskReport();
+    } catch (...) {
+        // The failure goes on to the user; the pane is put back as it was first.
+        Swallow([&] { tasks.GotoBookmark(bookmark); });
+        tasks.EnableControls();
+        screen.SetCursor(platform::crDefault);
+        throw;
+    }
+    tasks.GotoBookmark(bookmark);
+    tasks.EnableControls();
+    screen.SetCursor(platform::crDefault);
+}
+
 void TfmList::Expandthistask1Click() {
     if (TcxTreeListNode* node = cxDBTreeList1.FocusedNode()) node->Expand(true);
 }
@@ -177,7 +283,13 @@ void TfmList::cxDBTreeList1FocusedNodeChanged(TcxDBTreeList&, TcxTreeListNode*, 
         Label3.SetCaption(g.TaskFullDescription);
         Label4.SetCaption(g.TaskFullNumber);
     });
-    // The item panes narrowing to the current task join with the filing engine.
+    // The item panes follow the task, also when no node is focused now. Each routine guards
+    // itself; the guards here are the pane's own.
+    Swallow([] { FilterNotes(Globals().CurrentTaskID); });
+    Swallow([] { FilterEmails(Globals().CurrentTaskID); });
+    Swallow([] { FilterContacts(Globals().CurrentTaskID); });
+    Swallow([] { FilterDistLists(Globals().CurrentTaskID); });
+    Swallow([] { FilterAppointments(Globals().CurrentTaskID); });
 }
 
 void TfmList::GetListTaskDetails(int) {

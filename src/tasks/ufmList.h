@@ -2,9 +2,14 @@
 // TfmList: the task pane. It shows the task tree, whose focused node fixes the current task for
 // the whole system, the focused task's full name and number, and the toolbar and popup menu from
 // which most commands start.
+#include <memory>
+#include <string>
+
 #include "framework/OlForm.h"
+#include "platform/Outlook.h"
 #include "toolkit/Controls.h"
 #include "toolkit/DBTreeList.h"
+#include "toolkit/DragDrop.h"
 
 class TfmList : public TadxOlForm {
 public:
@@ -30,6 +35,21 @@ public:
     TLabel Label4{this, "Label4", &re};
     TPopupMenu PopupMenu1{this, "PopupMenu1"};
 
+    // The drop of Outlook items on the tree, and the menus it offers: for a mail folder, for a
+    // post folder, for every other folder.
+    TDMTextTarget DMTextTarget1{this, "DMTextTarget1"};
+    TPopupMenu PopupMenu2{this, "PopupMenu2"};
+    TPopupMenu PopupMenu3{this, "PopupMenu3"};
+    TPopupMenu PopupMenu4{this, "PopupMenu4"};
+
+    // The state of the last drop, kept until the next one.
+    std::shared_ptr<outlook::_Explorer> DragExplorer;
+    std::shared_ptr<outlook::Selection> DragSelection;
+    std::shared_ptr<outlook::MAPIFolder> DragFolder;
+    std::string DragStoreID;
+    int DropTaskID = 0;
+    bool DragActive = false;  // set by a drag over the tree; nothing reads it
+
     // The seven columns kept for the task report.
     struct TReportColumns {
         TcxDBTreeListColumn* Description = nullptr;
@@ -54,6 +74,32 @@ public:
     void Collapse1Click();
     void Expandthistask1Click();
     void Completedtasks1Click();
+    void Newnote1Click();
+    void Newemail1Click();
+    void Newappointment1Click();
+    void Newcontact1Click();
+    void Newdistributionlist1Click();
+
+    // The drop on the tree and its menus.
+    void DMTextTarget1DragOver(TDMTextTarget& Sender, int X, int Y);
+    void DMTextTarget1Drop(TDMTextTarget& Sender, int X, int Y);
+    void Copyhere1Click();
+    void Movehere1Click();
+    void AddTask1Click();
+    void N2Click();
+    void CopyItemsHere();
+    void MoveItemsHere();
+    void AddItemsAsTasks();
+
+    // Filing: one row in the kind's table for the item, against the task. The caller decides
+    // what happens to the item in Outlook.
+    void FileMailItem(const std::shared_ptr<outlook::_MailItem>& Item, int TaskID);
+    void FilePostItem(const std::shared_ptr<outlook::_PostItem>& Item, int TaskID);
+    void FileAppointmentItem(const std::shared_ptr<outlook::_AppointmentItem>& Item, int TaskID);
+    void FileContactItem(const std::shared_ptr<outlook::_ContactItem>& Item, int TaskID);
+    void FileDistListItem(const std::shared_ptr<outlook::_DistListItem>& Item, int TaskID);
+    // The export: the task report of the tree as it stands, under the hourglass.
+    void ButtonGroup1Items8Click();
 
     // The tree's events.
     void cxDBTreeList1FocusedNodeChanged(TcxDBTreeList& Sender, TcxTreeListNode* PrevFocusedNode,

@@ -112,6 +112,23 @@ void TPopupMenu::Popup() {
         OnPopup();
 }
 
+namespace {
+IPopupHost* gPopupHost = nullptr;
+}
+
+IPopupHost* PopupHost() { return gPopupHost; }
+
+IPopupHost* SetPopupHost(IPopupHost* host) {
+    IPopupHost* previous = gPopupHost;
+    gPopupHost = host;
+    return previous;
+}
+
+void TPopupMenu::PopupAt(int x, int y) {
+    Popup();
+    if (gPopupHost) gPopupHost->ShowPopup(*this, x, y);
+}
+
 void TPopupMenu::DescribeProperties(TPropertyList& list) const {
     TComponent::DescribeProperties(list);
     list.Add("Count", [this] { return Variant(items_.Count()); });

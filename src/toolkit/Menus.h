@@ -82,6 +82,10 @@ public:
 
     // The menu opens (a right click, or code): the popup event fires.
     void Popup();
+    // The menu pops up at a point of the screen: the popup event fires, then the host shows it;
+    // what the user picks there is clicked later, by the host, or nothing when the user
+    // dismisses it. Without a host nothing is shown.
+    void PopupAt(int x, int y);
     // The user presses a key with the menu open.
     bool UserPressKey(char key) { return items_.UserPressKey(key); }
 
@@ -93,3 +97,15 @@ protected:
 private:
     TMenuItem items_;
 };
+
+// Where menus popped up at a point are shown: the scripted host prints them and waits for the
+// user's pick; a desktop host tracks them at the pointer.
+class IPopupHost {
+public:
+    virtual ~IPopupHost() = default;
+    virtual void ShowPopup(TPopupMenu& menu, int x, int y) = 0;
+};
+
+// The process's popup host; none at first. Setting one returns the one it replaces.
+IPopupHost* PopupHost();
+IPopupHost* SetPopupHost(IPopupHost* host);

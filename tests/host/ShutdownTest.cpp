@@ -19,7 +19,7 @@ TEST_F(HostTest, ShutdownReleasesOutlookAndFreesAllFormsButTheChooser) {
     TAddInModule& m = Start();
     TModuleGlobals& g = Globals();
     TItems* watcher = g.MailItems;
-    watcher->ConnectTo(host_->Outlook.DefaultFolder(outlook::olFolderSentMail));
+    watcher->ConnectTo(host_->Outlook.DefaultFolder(outlook::olFolderSentMail)->Items());
     g.TaskItem = platform::QueryInterface<outlook::_TaskItem>(
         host_->Outlook.DefaultFolder(outlook::olFolderTasks)->Items()->Add("IPM.Task"));
     g.TaskOpen = true;

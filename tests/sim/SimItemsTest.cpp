@@ -108,11 +108,13 @@ TEST_F(SimItems, ANewTaskHasOutlooksDefaultsAndJoinsItsFolderWhenSaved) {
     EXPECT_THROW(o.FolderItemsJson("Nowhere"), sim::ESimError);
     EXPECT_THROW(o.ItemJson("nothing"), sim::ESimError);
 
-    // A custom task form and the folder's own kind make tasks; other classes can't be made yet.
+    // A custom task form and the folder's own kind make tasks; a class of no kind can't be made.
     EXPECT_EQ(QueryInterface<_TaskItem>(items->Add("IPM.Task.Project"))->MessageClass(), "IPM.Task.Project");
     EXPECT_EQ(QueryInterface<_TaskItem>(items->Add(""))->MessageClass(), "IPM.Task");
     EXPECT_THROW(items->Add("IPM.Taskforce"), EOleException);
-    EXPECT_THROW(Mapi()->GetDefaultFolder(outlook::olFolderInbox)->Items()->Add(""), EOleException);
+    EXPECT_EQ(QueryInterface<outlook::_MailItem>(Mapi()->GetDefaultFolder(outlook::olFolderInbox)->Items()->Add(""))
+                  ->MessageClass(),
+              "IPM.Note");
 }
 
 TEST_F(SimItems, CompleteStatusPercentAndDateCompletedFollowOneAnother) {

@@ -47,7 +47,7 @@ protected:
                                  std::to_string(++serial_));
         fs::remove_all(dir_);
         fs::create_directories(dir_);
-        fs::copy(fs::u8path(WindowsPath(CORVELLE_SOURCE_DIR "/resources")), dir_);
+        fs::copy(fs::u8path(WindowsPath(CORVELLE_RESOURCES)), dir_);
         host_ = std::make_unique<win::TWinScriptHost>(dir_.string(), out_);
     }
     void TearDown() override {

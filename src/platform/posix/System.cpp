@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include <unicode/uloc.h>
 #include <unistd.h>
 
 namespace platform {
@@ -16,5 +17,10 @@ std::string TempFolder() {
 long ProcessId() { return static_cast<long>(getpid()); }
 
 char PathDelimiter() { return '/'; }
+
+int32_t UserDefaultLCID() {
+    uint32_t lcid = uloc_getLCID(uloc_getDefault());
+    return lcid ? static_cast<int32_t>(lcid) : 1033;
+}
 
 }  // namespace platform

@@ -17,10 +17,11 @@ IID ParseIid(const std::string& text) {
 
 namespace {
 
-class TEventDispatch final : public IDispatch, private TComRefCount {
+// What the two kinds of sink share: IUnknown, the event interface's IID, and an IDispatch that is
+// called by dispatch ID only.
+class TSinkBase : public IDispatch, protected TComRefCount {
 public:
-    TEventDispatch(const IID& iid, std::shared_ptr<platform::IDispatch> target)
-        : iid_(iid), target_(std::move(target)) {}
+    explicit TSinkBase(const IID& iid) : iid_(iid) {}
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** out) override {
         if (!out) return E_POINTER;
@@ -34,7 +35,6 @@ public:
     }
     ULONG STDMETHODCALLTYPE AddRef() override { return DoAddRef(); }
     ULONG STDMETHODCALLTYPE Release() override { return DoRelease(); }
-
     HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
         if (count) *count = 0;
         return S_OK;
@@ -44,8 +44,17 @@ public:
         return E_NOTIMPL;
     }
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override {
-        return DISP_E_UNKNOWNNAME;  // a sink is called by dispatch ID only
+        return DISP_E_UNKNOWNNAME;
     }
+
+private:
+    IID iid_;
+};
+
+class TEventDispatch final : public TSinkBase {
+public:
+    TEventDispatch(const IID& iid, std::shared_ptr<platform::IDispatch> target)
+        : TSinkBase(iid), target_(std::move(target)) {}
 
     HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS* params, VARIANT* result,
                                      EXCEPINFO*, UINT*) override {
@@ -55,32 +64,38 @@ public:
         std::shared_ptr<platform::IDispatch> target = target_;
         Swallow([&] {
             std::vector<Variant> args;
-            std::vector<std::shared_ptr<platform::IDispatch>> objects;
-            bool anyObject = false;
             UINT n = params ? params->cArgs : 0;
             for (UINT i = 0; i < n; ++i) {
-                const VARIANT& v = params->rgvarg[n - 1 - i];
-                VARTYPE vt = V_VT(&v) & ~VT_BYREF;
-                if (vt == VT_DISPATCH || vt == VT_UNKNOWN) {
-                    args.emplace_back();
-                    objects.push_back(BindOutlookObject(VariantObject(v)));
-                    anyObject = true;
-                } else {
-                    Variant value;
-                    Swallow([&] { value = FromVariant(v); });
-                    args.push_back(std::move(value));
-                    objects.emplace_back();
-                }
+                Variant value;
+                Swallow([&] { value = FromVariant(params->rgvarg[n - 1 - i]); });
+                args.push_back(std::move(value));
             }
-            if (anyObject) target->InvokeEvent(id, args, objects);
-            else target->Invoke(id, args);
+            target->Invoke(id, args);
         });
         return S_OK;  // what the sink did is its own affair: the event was delivered
     }
 
 private:
-    IID iid_;
     std::shared_ptr<platform::IDispatch> target_;
+};
+
+class TItemsEventsDispatch final : public TSinkBase {
+public:
+    explicit TItemsEventsDispatch(std::shared_ptr<outlook::ItemsEvents> target)
+        : TSinkBase(ParseIid(outlook::IID_ItemsEvents)), target_(std::move(target)) {}
+
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS* params, VARIANT* result,
+                                     EXCEPINFO*, UINT*) override {
+        if (result) VariantInit(result);
+        TComPtr<IDispatch> self(this);
+        std::shared_ptr<outlook::ItemsEvents> target = target_;
+        if (id == outlook::DISPID_ItemAdd && params && params->cArgs >= 1)
+            Swallow([&] { target->ItemAdd(BindOutlookObject(VariantObject(params->rgvarg[params->cArgs - 1]))); });
+        return S_OK;
+    }
+
+private:
+    std::shared_ptr<outlook::ItemsEvents> target_;
 };
 
 class TOleConnectionPoint final : public platform::IConnectionPoint {
@@ -110,6 +125,10 @@ private:
 
 TComPtr<IDispatch> MakeEventSink(const IID& iid, std::shared_ptr<platform::IDispatch> target) {
     return TComPtr<IDispatch>::Attach(new TEventDispatch(iid, std::move(target)));
+}
+
+TComPtr<IDispatch> MakeItemsEventsSink(std::shared_ptr<outlook::ItemsEvents> target) {
+    return TComPtr<IDispatch>::Attach(new TItemsEventsDispatch(std::move(target)));
 }
 
 std::shared_ptr<platform::IConnectionPoint> FindOleConnectionPoint(IDispatch* obj, const std::string& iid) {

@@ -18,6 +18,10 @@ protected:
     TOleObject ole_;
 };
 
+// Late-bound reads by name, for a caller that doesn't know the object's kind.
+#define CORVELLE_OLE_PROPERTY \
+    Variant GetProperty(const std::string& name) override { return ole_.Get(name.c_str()); }
+
 template <class T>
 std::shared_ptr<T> BindAs(TComPtr<IDispatch> d) {
     return platform::QueryInterface<T>(BindOutlookObject(std::move(d)));
@@ -34,6 +38,7 @@ IDispatch* Required(const std::shared_ptr<outlook::MAPIFolder>& folder) {
 class OleObjectBinding final : public platform::IConnectionPointContainer, public TOleBound {
 public:
     using TOleBound::TOleBound;
+    CORVELLE_OLE_PROPERTY
     std::shared_ptr<platform::IConnectionPoint> FindConnectionPoint(const std::string& iid) override {
         return FindOleConnectionPoint(Automation(), iid);
     }
@@ -42,6 +47,7 @@ public:
 class OleRecipient final : public outlook::Recipient, public TOleBound {
 public:
     using TOleBound::TOleBound;
+    CORVELLE_OLE_PROPERTY
     std::string Name() override { return ole_.GetText("Name"); }
     std::string Address() override { return ole_.GetText("Address"); }
 };
@@ -49,6 +55,7 @@ public:
 class OleFolders final : public outlook::_Folders, public TOleBound {
 public:
     using TOleBound::TOleBound;
+    CORVELLE_OLE_PROPERTY
     int Count() override { return ole_.GetInt("Count"); }
     std::shared_ptr<outlook::MAPIFolder> Item(int index) override {
         return BindAs<outlook::MAPIFolder>(ole_.GetObject("Item", {index}));
@@ -64,6 +71,30 @@ public:
 class OleItems final : public outlook::_Items, public platform::IConnectionPointContainer, public TOleBound {
 public:
     using TOleBound::TOleBound;
+    CORVELLE_OLE_PROPERTY
+    // ItemsEvents through the folder items' own connection point.
+    uint32_t Advise(const std::shared_ptr<outlook::ItemsEvents>& sink) override {
+        if (!sink) throw EAccessViolation("Access violation: no sink to advise");
+        if (!point_) {
+            TComPtr<IConnectionPointContainer> container;
+            if (FAILED(Automation()->QueryInterface(IID_IConnectionPointContainer,
+                                                    reinterpret_cast<void**>(container.Out()))))
+                throw EIntfCastError("Interface not supported");
+            IID iid = ParseIid(outlook::IID_ItemsEvents);
+            HRESULT hr = container->FindConnectionPoint(iid, point_.Out());
+            if (FAILED(hr)) RaiseOle(hr, "FindConnectionPoint");
+        }
+        TComPtr<IDispatch> com = MakeItemsEventsSink(sink);
+        DWORD cookie = 0;
+        HRESULT hr = point_->Advise(com.Get(), &cookie);
+        if (FAILED(hr)) RaiseOle(hr, "Advise");
+        return cookie;
+    }
+    void Unadvise(uint32_t cookie) override {
+        if (!point_) throw EOleException("The items have no such connection");
+        HRESULT hr = point_->Unadvise(cookie);
+        if (FAILED(hr)) RaiseOle(hr, "Unadvise");
+    }
     int Count() override { return ole_.GetInt("Count"); }
     std::shared_ptr<platform::IDispatch> Item(int index) override { return BindOutlookObject(ole_.GetObject("Item", {index})); }
     std::shared_ptr<platform::IDispatch> Add(const std::string& messageClass) override {
@@ -72,11 +103,15 @@ public:
     std::shared_ptr<platform::IConnectionPoint> FindConnectionPoint(const std::string& iid) override {
         return FindOleConnectionPoint(Automation(), iid);
     }
+
+private:
+    TComPtr<IConnectionPoint> point_;
 };
 
 class OleFolder final : public outlook::MAPIFolder, public TOleBound {
 public:
     using TOleBound::TOleBound;
+    CORVELLE_OLE_PROPERTY
     std::string Name() override { return ole_.GetText("Name"); }
     std::string EntryID() override { return ole_.GetText("EntryID"); }
     std::string StoreID() override { return ole_.GetText("StoreID"); }
@@ -91,6 +126,7 @@ public:
 class OleInspector final : public outlook::_Inspector, public TOleBound {
 public:
     using TOleBound::TOleBound;
+    CORVELLE_OLE_PROPERTY
     int WindowState() override { return ole_.GetInt("WindowState"); }
     void SetWindowState(int value) override { ole_.Put("WindowState", value); }
     std::shared_ptr<platform::IDispatch> CurrentItem() override { return BindOutlookObject(ole_.GetObject("CurrentItem")); }
@@ -99,6 +135,7 @@ public:
 class OleNameSpace final : public outlook::_NameSpace, public TOleBound {
 public:
     using TOleBound::TOleBound;
+    CORVELLE_OLE_PROPERTY
     std::shared_ptr<outlook::Recipient> CurrentUser() override {
         return BindAs<outlook::Recipient>(ole_.GetObject("CurrentUser"));
     }
@@ -113,6 +150,7 @@ public:
 class OleTaskItem final : public outlook::_TaskItem, public platform::IConnectionPointContainer, public TOleBound {
 public:
     using TOleBound::TOleBound;
+    CORVELLE_OLE_PROPERTY
     std::string EntryID() override { return ole_.GetText("EntryID"); }
     std::string MessageClass() override { return ole_.GetText("MessageClass"); }
     std::string Subject() override { return ole_.GetText("Subject"); }
@@ -156,8 +194,163 @@ private:
 class OleApplication final : public outlook::_Application, public TOleBound {
 public:
     using TOleBound::TOleBound;
+    CORVELLE_OLE_PROPERTY
+    std::shared_ptr<outlook::_Explorer> ActiveExplorer() override {
+        auto explorer = BindAs<outlook::_Explorer>(ole_.GetObject("ActiveExplorer"));
+        if (!explorer) throw EOleException("No explorer is open");
+        return explorer;
+    }
     std::shared_ptr<outlook::_NameSpace> GetNamespace(const std::string& type) override {
         return BindAs<outlook::_NameSpace>(ole_.GetObject("GetNamespace", {type}));
+    }
+};
+
+class OleUserProperty final : public outlook::UserProperty, public TOleBound {
+public:
+    using TOleBound::TOleBound;
+    CORVELLE_OLE_PROPERTY
+    std::string Name() override { return ole_.GetText("Name"); }
+    Variant Value() override { return ole_.Get("Value"); }
+    void SetValue(const Variant& value) override { ole_.Put("Value", value); }
+};
+
+class OleUserProperties final : public outlook::UserProperties, public TOleBound {
+public:
+    using TOleBound::TOleBound;
+    CORVELLE_OLE_PROPERTY
+    int Count() override { return ole_.GetInt("Count"); }
+    std::shared_ptr<outlook::UserProperty> Add(const std::string& name, int type, bool addToFolderFields,
+                                               int displayFormat) override {
+        return BindAs<outlook::UserProperty>(ole_.GetObject("Add", {name, type, addToFolderFields, displayFormat}));
+    }
+    std::shared_ptr<outlook::UserProperty> Find(const std::string& name, bool custom) override {
+        return BindAs<outlook::UserProperty>(ole_.GetObject("Find", {name, custom}));
+    }
+};
+
+class OleRecipients final : public outlook::Recipients, public TOleBound {
+public:
+    using TOleBound::TOleBound;
+    CORVELLE_OLE_PROPERTY
+    int Count() override { return ole_.GetInt("Count"); }
+    std::shared_ptr<outlook::Recipient> Item(int index) override {
+        return BindAs<outlook::Recipient>(ole_.GetObject("Item", {index}));
+    }
+};
+
+class OleAttachments final : public outlook::Attachments, public TOleBound {
+public:
+    using TOleBound::TOleBound;
+    CORVELLE_OLE_PROPERTY
+    int Count() override { return ole_.GetInt("Count"); }
+};
+
+// What every kind of item shares, over the item's own kind of interface.
+template <class Kind>
+class OleItem : public Kind, public platform::IConnectionPointContainer, public TOleBound {
+public:
+    using TOleBound::TOleBound;
+    CORVELLE_OLE_PROPERTY
+    std::string EntryID() override { return ole_.GetText("EntryID"); }
+    std::string MessageClass() override { return ole_.GetText("MessageClass"); }
+    std::shared_ptr<outlook::UserProperties> GetUserProperties() override {
+        return BindAs<outlook::UserProperties>(ole_.GetObject("UserProperties"));
+    }
+    std::shared_ptr<platform::IDispatch> Copy() override { return BindOutlookObject(ole_.GetObject("Copy")); }
+    std::shared_ptr<platform::IDispatch> Move(const std::shared_ptr<outlook::MAPIFolder>& destination) override {
+        return BindOutlookObject(ole_.GetObject("Move", {Required(destination)}));
+    }
+    void Delete() override { ole_.Call("Delete"); }
+    void Close(int saveMode) override { ole_.Call("Close", {saveMode}); }
+    void Save() override { ole_.Call("Save"); }
+    void Display(bool modal) override { ole_.Call("Display", {modal}); }
+    std::shared_ptr<platform::IConnectionPoint> FindConnectionPoint(const std::string& iid) override {
+        return FindOleConnectionPoint(Automation(), iid);
+    }
+
+protected:
+    TDateTime Date(const char* name) { return ole_.Get(name).AsDateTime(); }
+    std::shared_ptr<outlook::Attachments> Attached() {
+        return BindAs<outlook::Attachments>(ole_.GetObject("Attachments"));
+    }
+};
+
+class OleMailItem final : public OleItem<outlook::_MailItem> {
+public:
+    using OleItem::OleItem;
+    std::string Subject() override { return ole_.GetText("Subject"); }
+    void SetSubject(const std::string& value) override { ole_.Put("Subject", value); }
+    std::string Body() override { return ole_.GetText("Body"); }
+    void SetBody(const std::string& value) override { ole_.Put("Body", value); }
+    TDateTime SentOn() override { return Date("SentOn"); }
+    std::string SentOnBehalfOfName() override { return ole_.GetText("SentOnBehalfOfName"); }
+    std::string SenderName() override { return ole_.GetText("SenderName"); }
+    std::shared_ptr<outlook::Recipients> GetRecipients() override {
+        return BindAs<outlook::Recipients>(ole_.GetObject("Recipients"));
+    }
+    std::shared_ptr<outlook::Attachments> GetAttachments() override { return Attached(); }
+};
+
+class OlePostItem final : public OleItem<outlook::_PostItem> {
+public:
+    using OleItem::OleItem;
+    std::string Subject() override { return ole_.GetText("Subject"); }
+    void SetSubject(const std::string& value) override { ole_.Put("Subject", value); }
+    std::string Body() override { return ole_.GetText("Body"); }
+    void SetBody(const std::string& value) override { ole_.Put("Body", value); }
+    TDateTime SentOn() override { return Date("SentOn"); }
+    std::string SenderName() override { return ole_.GetText("SenderName"); }
+    std::shared_ptr<outlook::Attachments> GetAttachments() override { return Attached(); }
+};
+
+class OleAppointmentItem final : public OleItem<outlook::_AppointmentItem> {
+public:
+    using OleItem::OleItem;
+    std::string Subject() override { return ole_.GetText("Subject"); }
+    void SetSubject(const std::string& value) override { ole_.Put("Subject", value); }
+    TDateTime Start() override { return Date("Start"); }
+    TDateTime End() override { return Date("End"); }
+    std::shared_ptr<outlook::Attachments> GetAttachments() override { return Attached(); }
+};
+
+class OleContactItem final : public OleItem<outlook::_ContactItem> {
+public:
+    using OleItem::OleItem;
+    std::string LastNameAndFirstName() override { return ole_.GetText("LastNameAndFirstName"); }
+    std::string BusinessTelephoneNumber() override { return ole_.GetText("BusinessTelephoneNumber"); }
+    std::string Email1DisplayName() override { return ole_.GetText("Email1DisplayName"); }
+    std::string BusinessAddress() override { return ole_.GetText("BusinessAddress"); }
+};
+
+class OleDistListItem final : public OleItem<outlook::_DistListItem> {
+public:
+    using OleItem::OleItem;
+    std::string Subject() override { return ole_.GetText("Subject"); }
+    int MemberCount() override { return ole_.GetInt("MemberCount"); }
+    std::shared_ptr<outlook::Recipient> GetMember(int index) override {
+        return BindAs<outlook::Recipient>(ole_.GetObject("GetMember", {index}));
+    }
+};
+
+class OleSelection final : public outlook::Selection, public TOleBound {
+public:
+    using TOleBound::TOleBound;
+    CORVELLE_OLE_PROPERTY
+    int Count() override { return ole_.GetInt("Count"); }
+    std::shared_ptr<platform::IDispatch> Item(int index) override {
+        return BindOutlookObject(ole_.GetObject("Item", {index}));
+    }
+};
+
+class OleExplorer final : public outlook::_Explorer, public TOleBound {
+public:
+    using TOleBound::TOleBound;
+    CORVELLE_OLE_PROPERTY
+    std::shared_ptr<outlook::Selection> GetSelection() override {
+        return BindAs<outlook::Selection>(ole_.GetObject("Selection"));
+    }
+    std::shared_ptr<outlook::MAPIFolder> CurrentFolder() override {
+        return BindAs<outlook::MAPIFolder>(ole_.GetObject("CurrentFolder"));
     }
 };
 
@@ -187,6 +380,17 @@ std::shared_ptr<platform::IDispatch> BindOutlookObject(TComPtr<IDispatch> object
         case olItems: return Make<OleItems, outlook::_Items>(std::move(object));
         case olInspector: return Make<OleInspector, outlook::_Inspector>(std::move(object));
         case olTask: return Make<OleTaskItem, outlook::_TaskItem>(std::move(object));
+        case olMail: return Make<OleMailItem, outlook::_MailItem>(std::move(object));
+        case olPost: return Make<OlePostItem, outlook::_PostItem>(std::move(object));
+        case olAppointment: return Make<OleAppointmentItem, outlook::_AppointmentItem>(std::move(object));
+        case olContact: return Make<OleContactItem, outlook::_ContactItem>(std::move(object));
+        case olDistributionList: return Make<OleDistListItem, outlook::_DistListItem>(std::move(object));
+        case olUserProperties: return Make<OleUserProperties, outlook::UserProperties>(std::move(object));
+        case olUserProperty: return Make<OleUserProperty, outlook::UserProperty>(std::move(object));
+        case olRecipients: return Make<OleRecipients, outlook::Recipients>(std::move(object));
+        case olAttachments: return Make<OleAttachments, outlook::Attachments>(std::move(object));
+        case olSelection: return Make<OleSelection, outlook::Selection>(std::move(object));
+        case olExplorer: return Make<OleExplorer, outlook::_Explorer>(std::move(object));
         default: return Make<OleObjectBinding, platform::IConnectionPointContainer>(std::move(object));
     }
 }

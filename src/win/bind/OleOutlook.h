@@ -19,9 +19,19 @@ enum OlObjectClass : int {
     olRecipient = 4,
     olFolders = 15,
     olItems = 16,
+    olRecipients = 17,
+    olAttachments = 18,
+    olAppointment = 26,
     olExplorer = 34,
     olInspector = 35,
+    olUserProperties = 38,
+    olUserProperty = 39,
+    olContact = 40,
+    olMail = 43,
+    olPost = 45,
     olTask = 48,
+    olDistributionList = 69,
+    olSelection = 74,
 };
 
 std::shared_ptr<outlook::_Application> BindOutlookApplication(TComPtr<IDispatch> application);

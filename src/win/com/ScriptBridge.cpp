@@ -7,6 +7,7 @@
 #include "host/AddinModule.h"
 #include "platform/TraceClient.h"
 #include "sim/ScriptHost.h"
+#include "toolkit/Menus.h"
 #include "win/platform/WinServices.h"
 
 namespace win {
@@ -151,6 +152,7 @@ TScriptBridge::TScriptBridge(TComPtr<ICorvelleScriptHost> host)
 }
 
 TScriptBridge::~TScriptBridge() {
+    if (script_) SetPopupHost(previousPopupHost_);
     script_.reset();
     SetModalHost(previousModalHost_);
 }
@@ -169,6 +171,12 @@ platform::Services TScriptBridge::Services() {
 void TScriptBridge::Attach(TAddInModule* module, std::function<bool()> running) {
     module_ = module;
     running_ = std::move(running);
+    // The commands' own host, which also shows the menus that the add-in pops up (as MENU, for
+    // the `menu` command to pick from).
+    if (!script_) {
+        script_ = std::make_unique<sim::TScriptHost>(std::string(), *out_);
+        previousPopupHost_ = SetPopupHost(script_.get());
+    }
 }
 
 void TScriptBridge::Flush() { static_cast<THostBuffer&>(*buffer_).Send(); }
@@ -179,8 +187,7 @@ HRESULT TScriptBridge::Run(BSTR words, int* status, BSTR* message) {
     *message = nullptr;
     escaped_ = nullptr;
     try {
-        if (!module_) throw sim::EScriptError("the add-in has not been started");
-        if (!script_) script_ = std::make_unique<sim::TScriptHost>(std::string(), *out_);
+        if (!module_ || !script_) throw sim::EScriptError("the add-in has not been started");
         script_->RunOn(*module_, running_ && running_(), SplitLines(BstrText(words)));
     } catch (const sim::EScriptError& e) {
         *status = 1;

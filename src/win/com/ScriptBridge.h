@@ -12,6 +12,7 @@
 
 #include "platform/Services.h"
 #include "toolkit/Forms.h"
+#include "toolkit/Menus.h"
 #include "win/com/ComSupport.h"
 #include "win/com/Generated.h"
 
@@ -49,6 +50,7 @@ private:
 
     TComPtr<ICorvelleScriptHost> host_;
     IModalHost* previousModalHost_ = nullptr;
+    IPopupHost* previousPopupHost_ = nullptr;
     std::vector<TForm*> modal_;
     std::unique_ptr<std::streambuf> buffer_;
     std::unique_ptr<std::ostream> out_;

@@ -21,4 +21,6 @@ long ProcessId() { return static_cast<long>(GetCurrentProcessId()); }
 
 char PathDelimiter() { return '\\'; }
 
+int32_t UserDefaultLCID() { return static_cast<int32_t>(GetUserDefaultLCID()); }
+
 }  // namespace platform

@@ -16,8 +16,9 @@ namespace win {
 struct TAutoOutlook::State {
     sim::TSimOutlook* outlook = nullptr;
     ICorvelleScriptHost* scriptHost = nullptr;
-    TAutoSinks application;                            // ApplicationEvents_11
-    std::map<const sim::TSimFolder*, TAutoSinks> items;  // ItemsEvents, by folder
+    TAutoSinks application;  // ApplicationEvents_11
+    // The COM sinks advised on folders' items, by the items and their cookies there.
+    std::vector<std::pair<std::shared_ptr<outlook::_Items>, uint32_t>> folderSinks;
     // The sinks advised on the mailbox's own connection points, by their cookies there.
     std::vector<std::pair<std::weak_ptr<platform::IConnectionPoint>, uint32_t>> connections;
     std::string version = "16.0.0.0";
@@ -53,6 +54,31 @@ public:
     }
 
 private:
+    TComPtr<::IDispatch> sink_;
+};
+
+// A COM sink of ItemsEvents among the mailbox's own sinks of a folder's items.
+class TComItemsSink final : public outlook::ItemsEvents {
+public:
+    TComItemsSink(State state, TComPtr<::IDispatch> sink) : state_(std::move(state)), sink_(std::move(sink)) {}
+    void ItemAdd(const std::shared_ptr<platform::IDispatch>& item) override {
+        TComPtr<::IDispatch> object = WrapIn(state_, item);
+        VARIANT arg;
+        VariantInit(&arg);
+        V_VT(&arg) = VT_DISPATCH;
+        V_DISPATCH(&arg) = object.Get();
+        DISPPARAMS params{&arg, nullptr, 1, 0};
+        TVariant result;
+        EXCEPINFO info{};
+        sink_->Invoke(outlook::DISPID_ItemAdd, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &params, result.Get(),
+                      &info, nullptr);
+        SysFreeString(info.bstrSource);
+        SysFreeString(info.bstrDescription);
+        SysFreeString(info.bstrHelpFile);
+    }
+
+private:
+    State state_;
     TComPtr<::IDispatch> sink_;
 };
 
@@ -102,13 +128,26 @@ public:
         Member("Add", [this](const TAutoArgs& a, VARIANT* v) {
             SetResult(v, Wrap(Live(items_).Add(a.Has(0) ? a.Text(0) : std::string())));
         });
-        auto* simItems = dynamic_cast<sim::TSimItems*>(items_.get());
-        const sim::TSimFolder* folder = simItems ? simItems->Folder().get() : nullptr;
+        // ItemsEvents: the mailbox raises ItemAdd to the folder's sinks; a COM sink is one of them.
         State st = state_;
+        auto items = items_;
         Events(
             ParseIid(outlook::IID_ItemsEvents),
-            [st, folder](TComPtr<::IDispatch> sink) { return st->items[folder].Advise(std::move(sink)); },
-            [st, folder](DWORD cookie) { return st->items[folder].Unadvise(cookie); });
+            [st, items](TComPtr<::IDispatch> sink) -> DWORD {
+                uint32_t cookie = Live(items).Advise(std::make_shared<TComItemsSink>(st, std::move(sink)));
+                st->folderSinks.emplace_back(items, cookie);
+                return cookie;
+            },
+            [st, items](DWORD cookie) {
+                Live(items).Unadvise(cookie);
+                auto& f = st->folderSinks;
+                for (auto it = f.begin(); it != f.end(); ++it)
+                    if (it->first == items && it->second == cookie) {
+                        f.erase(it);
+                        break;
+                    }
+                return true;
+            });
     }
 
 private:
@@ -253,6 +292,184 @@ private:
     std::shared_ptr<platform::IDispatch> item_;
 };
 
+class TAutoUserProperty final : public TAutoBase {
+public:
+    TAutoUserProperty(State s, std::shared_ptr<outlook::UserProperty> p) : TAutoBase(std::move(s), 39), p_(std::move(p)) {
+        Member("Name", [this](const TAutoArgs&, VARIANT* v) { SetResult(v, Variant(Live(p_).Name())); });
+        Member(
+            "Value", [this](const TAutoArgs&, VARIANT* v) { SetResult(v, Live(p_).Value()); },
+            [this](const TAutoArgs&, const VARIANT& v) { Live(p_).SetValue(FromVariant(v)); });
+    }
+
+private:
+    std::shared_ptr<outlook::UserProperty> p_;
+};
+
+class TAutoUserProperties final : public TAutoBase {
+public:
+    TAutoUserProperties(State s, std::shared_ptr<outlook::UserProperties> p)
+        : TAutoBase(std::move(s), 38), p_(std::move(p)) {
+        Member("Count", [this](const TAutoArgs&, VARIANT* v) { SetResult(v, Variant(Live(p_).Count())); });
+        Member("Add", [this](const TAutoArgs& a, VARIANT* v) {
+            SetResult(v, Wrap(Live(p_).Add(a.Text(0), a.Int(1), a.Has(2) && a.Bool(2), a.Has(3) ? a.Int(3) : 0)));
+        });
+        Member("Find", [this](const TAutoArgs& a, VARIANT* v) {
+            SetResult(v, Wrap(Live(p_).Find(a.Text(0), !a.Has(1) || a.Bool(1))));
+        });
+    }
+
+private:
+    std::shared_ptr<outlook::UserProperties> p_;
+};
+
+class TAutoRecipients final : public TAutoBase {
+public:
+    TAutoRecipients(State s, std::shared_ptr<outlook::Recipients> r) : TAutoBase(std::move(s), 17), r_(std::move(r)) {
+        Member("Count", [this](const TAutoArgs&, VARIANT* v) { SetResult(v, Variant(Live(r_).Count())); });
+        Member("Item", [this](const TAutoArgs& a, VARIANT* v) { SetResult(v, Wrap(Live(r_).Item(a.Int(0)))); });
+    }
+
+private:
+    std::shared_ptr<outlook::Recipients> r_;
+};
+
+class TAutoAttachments final : public TAutoBase {
+public:
+    TAutoAttachments(State s, std::shared_ptr<outlook::Attachments> a) : TAutoBase(std::move(s), 18), a_(std::move(a)) {
+        Member("Count", [this](const TAutoArgs&, VARIANT* v) { SetResult(v, Variant(Live(a_).Count())); });
+    }
+
+private:
+    std::shared_ptr<outlook::Attachments> a_;
+};
+
+// What every filed kind of item shares, and its events.
+template <class Kind>
+class TAutoFiledItem : public TAutoBase {
+public:
+    TAutoFiledItem(State s, int objectClass, std::shared_ptr<Kind> item)
+        : TAutoBase(std::move(s), objectClass), i_(std::move(item)) {
+        Member("EntryID", [this](const TAutoArgs&, VARIANT* v) { SetResult(v, Variant(Live(i_).EntryID())); });
+        Member("MessageClass", [this](const TAutoArgs&, VARIANT* v) { SetResult(v, Variant(Live(i_).MessageClass())); });
+        Member("UserProperties",
+               [this](const TAutoArgs&, VARIANT* v) { SetResult(v, Wrap(Live(i_).GetUserProperties())); });
+        Member("Copy", [this](const TAutoArgs&, VARIANT* v) { SetResult(v, Wrap(Live(i_).Copy())); });
+        Member("Move",
+               [this](const TAutoArgs& a, VARIANT* v) { SetResult(v, Wrap(Live(i_).Move(FolderArgument(a, 0)))); });
+        Member("Delete", [this](const TAutoArgs&, VARIANT*) { Live(i_).Delete(); });
+        Member("Close", [this](const TAutoArgs& a, VARIANT*) { Live(i_).Close(a.Int(0)); });
+        Member("Save", [this](const TAutoArgs&, VARIANT*) { Live(i_).Save(); });
+        Member("Display", [this](const TAutoArgs& a, VARIANT*) { Live(i_).Display(a.Has(0) && a.Bool(0)); });
+        if (auto source = std::dynamic_pointer_cast<platform::IConnectionPointContainer>(i_))
+            AddMailboxEvents(
+                [this](const IID& iid, std::function<DWORD(TComPtr<::IDispatch>)> advise,
+                       std::function<bool(DWORD)> unadvise, std::function<void()> find) {
+                    Events(iid, std::move(advise), std::move(unadvise), std::move(find));
+                },
+                state_, source, outlook::IID_ItemEvents);
+    }
+
+protected:
+    void Text(const char* name, std::string (Kind::*get)()) {
+        Member(name, [this, get](const TAutoArgs&, VARIANT* v) { SetResult(v, Variant((Live(i_).*get)())); });
+    }
+    void Text(const char* name, std::string (Kind::*get)(), void (Kind::*put)(const std::string&)) {
+        Member(name, [this, get](const TAutoArgs&, VARIANT* v) { SetResult(v, Variant((Live(i_).*get)())); },
+               [this, put](const TAutoArgs&, const VARIANT& v) { (Live(i_).*put)(VariantText(v)); });
+    }
+    void Date(const char* name, TDateTime (Kind::*get)()) {
+        Member(name, [this, get](const TAutoArgs&, VARIANT* v) { SetDateResult(v, (Live(i_).*get)()); });
+    }
+    template <class R>
+    void Object(const char* name, std::shared_ptr<R> (Kind::*get)()) {
+        Member(name, [this, get](const TAutoArgs&, VARIANT* v) { SetResult(v, Wrap((Live(i_).*get)())); });
+    }
+    std::shared_ptr<Kind> i_;
+};
+
+class TAutoMailItem final : public TAutoFiledItem<outlook::_MailItem> {
+public:
+    TAutoMailItem(State s, std::shared_ptr<outlook::_MailItem> m) : TAutoFiledItem(std::move(s), 43, std::move(m)) {
+        using K = outlook::_MailItem;
+        Text("Subject", &K::Subject, &K::SetSubject);
+        Text("Body", &K::Body, &K::SetBody);
+        Date("SentOn", &K::SentOn);
+        Text("SentOnBehalfOfName", &K::SentOnBehalfOfName);
+        Text("SenderName", &K::SenderName);
+        Object("Recipients", &K::GetRecipients);
+        Object("Attachments", &K::GetAttachments);
+    }
+};
+
+class TAutoPostItem final : public TAutoFiledItem<outlook::_PostItem> {
+public:
+    TAutoPostItem(State s, std::shared_ptr<outlook::_PostItem> p) : TAutoFiledItem(std::move(s), 45, std::move(p)) {
+        using K = outlook::_PostItem;
+        Text("Subject", &K::Subject, &K::SetSubject);
+        Text("Body", &K::Body, &K::SetBody);
+        Date("SentOn", &K::SentOn);
+        Text("SenderName", &K::SenderName);
+        Object("Attachments", &K::GetAttachments);
+    }
+};
+
+class TAutoAppointmentItem final : public TAutoFiledItem<outlook::_AppointmentItem> {
+public:
+    TAutoAppointmentItem(State s, std::shared_ptr<outlook::_AppointmentItem> a)
+        : TAutoFiledItem(std::move(s), 26, std::move(a)) {
+        using K = outlook::_AppointmentItem;
+        Text("Subject", &K::Subject, &K::SetSubject);
+        Date("Start", &K::Start);
+        Date("End", &K::End);
+        Object("Attachments", &K::GetAttachments);
+    }
+};
+
+class TAutoContactItem final : public TAutoFiledItem<outlook::_ContactItem> {
+public:
+    TAutoContactItem(State s, std::shared_ptr<outlook::_ContactItem> c)
+        : TAutoFiledItem(std::move(s), 40, std::move(c)) {
+        using K = outlook::_ContactItem;
+        Text("LastNameAndFirstName", &K::LastNameAndFirstName);
+        Text("BusinessTelephoneNumber", &K::BusinessTelephoneNumber);
+        Text("Email1DisplayName", &K::Email1DisplayName);
+        Text("BusinessAddress", &K::BusinessAddress);
+    }
+};
+
+class TAutoDistListItem final : public TAutoFiledItem<outlook::_DistListItem> {
+public:
+    TAutoDistListItem(State s, std::shared_ptr<outlook::_DistListItem> d)
+        : TAutoFiledItem(std::move(s), 69, std::move(d)) {
+        using K = outlook::_DistListItem;
+        Text("Subject", &K::Subject);
+        Member("MemberCount", [this](const TAutoArgs&, VARIANT* v) { SetResult(v, Variant(Live(i_).MemberCount())); });
+        Member("GetMember", [this](const TAutoArgs& a, VARIANT* v) { SetResult(v, Wrap(Live(i_).GetMember(a.Int(0)))); });
+    }
+};
+
+class TAutoSelection final : public TAutoBase {
+public:
+    TAutoSelection(State s, std::shared_ptr<outlook::Selection> sel) : TAutoBase(std::move(s), 74), s_(std::move(sel)) {
+        Member("Count", [this](const TAutoArgs&, VARIANT* v) { SetResult(v, Variant(Live(s_).Count())); });
+        Member("Item", [this](const TAutoArgs& a, VARIANT* v) { SetResult(v, Wrap(Live(s_).Item(a.Int(0)))); });
+    }
+
+private:
+    std::shared_ptr<outlook::Selection> s_;
+};
+
+class TAutoExplorer final : public TAutoBase {
+public:
+    TAutoExplorer(State s, std::shared_ptr<outlook::_Explorer> e) : TAutoBase(std::move(s), 34), e_(std::move(e)) {
+        Member("Selection", [this](const TAutoArgs&, VARIANT* v) { SetResult(v, Wrap(Live(e_).GetSelection())); });
+        Member("CurrentFolder", [this](const TAutoArgs&, VARIANT* v) { SetResult(v, Wrap(Live(e_).CurrentFolder())); });
+    }
+
+private:
+    std::shared_ptr<outlook::_Explorer> e_;
+};
+
 class TAutoNameSpace final : public TAutoBase {
 public:
     TAutoNameSpace(State s, std::shared_ptr<outlook::_NameSpace> n) : TAutoBase(std::move(s), 1), n_(std::move(n)) {
@@ -278,6 +495,8 @@ public:
         Member("Version", [this](const TAutoArgs&, VARIANT* v) { SetResult(v, Variant(state_->version)); });
         Member("GetNamespace",
                [this](const TAutoArgs& a, VARIANT* v) { SetResult(v, Wrap(Live(app_).GetNamespace(a.Text(0)))); });
+        Member("ActiveExplorer",
+               [this](const TAutoArgs&, VARIANT* v) { SetResult(v, Wrap(Live(app_).ActiveExplorer())); });
         State st = state_;
         Events(
             ParseIid("{0006302C-0000-0000-C000-000000000046}"),
@@ -328,6 +547,17 @@ TComPtr<::IDispatch> Make(const State& state, std::shared_ptr<T> object) {
 TComPtr<::IDispatch> WrapIn(const State& state, const std::shared_ptr<platform::IDispatch>& o) {
     if (!o) return {};
     if (auto p = std::dynamic_pointer_cast<outlook::_TaskItem>(o)) return Make<TAutoTaskItem>(state, p);
+    if (auto p = std::dynamic_pointer_cast<outlook::_MailItem>(o)) return Make<TAutoMailItem>(state, p);
+    if (auto p = std::dynamic_pointer_cast<outlook::_PostItem>(o)) return Make<TAutoPostItem>(state, p);
+    if (auto p = std::dynamic_pointer_cast<outlook::_AppointmentItem>(o)) return Make<TAutoAppointmentItem>(state, p);
+    if (auto p = std::dynamic_pointer_cast<outlook::_ContactItem>(o)) return Make<TAutoContactItem>(state, p);
+    if (auto p = std::dynamic_pointer_cast<outlook::_DistListItem>(o)) return Make<TAutoDistListItem>(state, p);
+    if (auto p = std::dynamic_pointer_cast<outlook::UserProperties>(o)) return Make<TAutoUserProperties>(state, p);
+    if (auto p = std::dynamic_pointer_cast<outlook::UserProperty>(o)) return Make<TAutoUserProperty>(state, p);
+    if (auto p = std::dynamic_pointer_cast<outlook::Recipients>(o)) return Make<TAutoRecipients>(state, p);
+    if (auto p = std::dynamic_pointer_cast<outlook::Attachments>(o)) return Make<TAutoAttachments>(state, p);
+    if (auto p = std::dynamic_pointer_cast<outlook::Selection>(o)) return Make<TAutoSelection>(state, p);
+    if (auto p = std::dynamic_pointer_cast<outlook::_Explorer>(o)) return Make<TAutoExplorer>(state, p);
     if (auto p = std::dynamic_pointer_cast<outlook::MAPIFolder>(o)) return Make<TAutoFolder>(state, p);
     if (auto p = std::dynamic_pointer_cast<outlook::_Items>(o)) return Make<TAutoItems>(state, p);
     if (auto p = std::dynamic_pointer_cast<outlook::_Folders>(o)) return Make<TAutoFolders>(state, p);
@@ -365,22 +595,11 @@ void TAutoOutlook::SetVersion(std::string version) { state_->version = std::move
 
 void TAutoOutlook::FireQuit() { state_->application.Fire(0xF007, {}); }
 
-bool TAutoOutlook::FireItemAdd(sim::TSimItem& item) {
-    auto folder = item.Folder();
-    auto found = state_->items.find(folder.get());
-    if (found == state_->items.end() || found->second.Count() == 0) return false;
-    TComPtr<IDispatch> object = Wrap(item.Dispatch());
-    VARIANT arg;
-    VariantInit(&arg);
-    V_VT(&arg) = VT_DISPATCH;
-    V_DISPATCH(&arg) = object.Get();
-    found->second.Fire(outlook::DISPID_ItemAdd, {arg});
-    return true;
-}
-
 void TAutoOutlook::ReleaseSinks() {
     state_->application.Clear();
-    state_->items.clear();
+    auto folderSinks = std::move(state_->folderSinks);
+    state_->folderSinks.clear();
+    for (auto& [items, cookie] : folderSinks) Swallow([&] { items->Unadvise(cookie); });
     auto connections = std::move(state_->connections);
     state_->connections.clear();
     for (auto& [weak, cookie] : connections) {

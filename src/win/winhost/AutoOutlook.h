@@ -3,7 +3,7 @@
 // MAPIFolder, Folders, Items, Inspector and TaskItem, each answering its members by Outlook's
 // dispatch names (and Class), each call going to the simulated mailbox with its named failures.
 // Events come through real connection points: ItemEvents of an item (the mailbox's own
-// connection), ItemsEvents of a folder's items (ItemAdd, raised by FireItemAdd) and
+// connection), ItemsEvents of a folder's items (ItemAdd, as the mailbox raises it) and
 // ApplicationEvents_11 of the application (Quit, raised by FireQuit).
 #include <memory>
 #include <string>
@@ -37,8 +37,6 @@ public:
 
     // Outlook quits: Quit to the application's event sinks.
     void FireQuit();
-    // ItemAdd to the sinks on the items of the item's folder; false when none listens.
-    bool FireItemAdd(sim::TSimItem& item);
     // Outlook goes away: it lets go of every event sink it holds.
     void ReleaseSinks();
 

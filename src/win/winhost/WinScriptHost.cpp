@@ -14,12 +14,10 @@
 namespace win {
 namespace {
 
-// Item-added events that raise more of themselves are cut off after this many in one command.
-constexpr int kMaxItemAddsPerCommand = 1000;
-
 bool IsForwarded(const std::string& command) {
-    static const char* const commands[] = {"explorer", "activate", "close", "click", "dblclick", "focus",
-                                           "call",     "set",      "get",   "tree",  "table"};
+    static const char* const commands[] = {"explorer", "activate", "close", "click", "dblclick", "focus", "call",
+                                           "set",      "get",      "tree",  "grid",  "tab",      "table", "drag",
+                                           "drop",     "menu",     "dragnode"};
     return std::any_of(std::begin(commands), std::end(commands), [&](const char* c) { return SameName(c, command); });
 }
 
@@ -170,14 +168,9 @@ TWinScriptHost::TWinScriptHost(std::string dir, std::ostream& out) : sim::TScrip
     bridge_ = std::make_unique<TBridgeHost>(*this);
     automation_ = std::make_unique<TAutoOutlook>(Host().Outlook, bridge_.get());
     application_ = automation_->Application();
-    // Outlook raises ItemAdd from its message loop, after the call that saved the item.
-    Host().Outlook.SetItemAddedHook([this](sim::TSimItem& item) { adds_.push_back(item.shared_from_this()); });
 }
 
-TWinScriptHost::~TWinScriptHost() {
-    Unload();
-    Host().Outlook.SetItemAddedHook(nullptr);
-}
+TWinScriptHost::~TWinScriptHost() { Unload(); }
 
 std::string TWinScriptHost::Unload() {
     ReleaseAddIn();
@@ -234,7 +227,6 @@ void TWinScriptHost::Execute(const Words& words) {
     } else {
         TScriptHost::Execute(words);
     }
-    DeliverAdds();
 }
 
 void TWinScriptHost::RequireAddIn(bool running) {
@@ -252,7 +244,6 @@ void TWinScriptHost::Start(const Words& a) {
     if (addIn_ && addInRunning_) throw sim::EScriptError("the add-in is running already (shutdown or quit first)");
     // The old add-in goes before the new one is made.
     ReleaseAddIn();
-    adds_.clear();
     CLSID clsid{};
     HRESULT hr = CLSIDFromProgID(L"Corvelle.Corvelle", &clsid);
     if (FAILED(hr)) throw sim::EScriptError("the add-in Corvelle.Corvelle is not registered: " + HresultText(hr));
@@ -381,20 +372,6 @@ void TWinScriptHost::Forward(const Words& words) {
         // module's error handler, inside the add-in.
         if (auto error = NewDialogError()) throw sim::EScriptError(*error);
         script_->HandleEscaped();
-    }
-}
-
-void TWinScriptHost::DeliverAdds() {
-    int delivered = 0;
-    while (!adds_.empty()) {
-        auto item = adds_.front();
-        adds_.erase(adds_.begin());
-        if (item->IsDeleted()) continue;
-        if (!automation_->FireItemAdd(*item)) continue;
-        if (++delivered > kMaxItemAddsPerCommand) {
-            adds_.clear();
-            throw sim::EScriptError("item-added events keep raising more of themselves");
-        }
     }
 }
 

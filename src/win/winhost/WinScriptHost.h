@@ -50,7 +50,6 @@ private:
     void Ribbon(const Words& a);
     void ClickRibbonButton(const std::string& id);
     void Forward(const Words& words);
-    void DeliverAdds();
     void ReleaseAddIn();
     void LoadRibbon();
     void CallAddIn(const std::string& callback, IDispatch* argument);
@@ -79,7 +78,6 @@ private:
     std::string ribbonXml_;
     std::string ribbonLoaded_;
     std::vector<TRibbonButton> buttons_;
-    std::vector<std::shared_ptr<sim::TSimItem>> adds_;  // items added to folders, for ItemAdd after the command
 };
 
 }  // namespace win
