@@ -76,7 +76,7 @@ public:
     uint32_t Advise(const std::shared_ptr<outlook::ItemsEvents>& sink) override {
         if (!sink) throw EAccessViolation("Access violation: no sink to advise");
         if (!point_) {
-            TComPtr<IConnectionPointContainer> container;
+            TComPtr<::IConnectionPointContainer> container;
             if (FAILED(Automation()->QueryInterface(IID_IConnectionPointContainer,
                                                     reinterpret_cast<void**>(container.Out()))))
                 throw EIntfCastError("Interface not supported");
@@ -84,7 +84,7 @@ public:
             HRESULT hr = container->FindConnectionPoint(iid, point_.Out());
             if (FAILED(hr)) RaiseOle(hr, "FindConnectionPoint");
         }
-        TComPtr<IDispatch> com = MakeItemsEventsSink(sink);
+        TComPtr<::IDispatch> com = MakeItemsEventsSink(sink);
         DWORD cookie = 0;
         HRESULT hr = point_->Advise(com.Get(), &cookie);
         if (FAILED(hr)) RaiseOle(hr, "Advise");
@@ -105,7 +105,7 @@ public:
     }
 
 private:
-    TComPtr<IConnectionPoint> point_;
+    TComPtr<::IConnectionPoint> point_;
 };
 
 class OleFolder final : public outlook::MAPIFolder, public TOleBound {

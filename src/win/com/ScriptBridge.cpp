@@ -4,6 +4,7 @@
 #include <string>
 
 #include "base/Exceptions.h"
+#include "base/Guard.h"
 #include "host/AddinModule.h"
 #include "platform/TraceClient.h"
 #include "sim/ScriptHost.h"
@@ -115,6 +116,11 @@ public:
         Check(Host().GetCursorPos(&p.X, &p.Y), "GetCursorPos");
         return p;
     }
+    int Cursor() override { return shape_; }
+    void SetCursor(int shape) override { shape_ = shape; }
+
+private:
+    int shape_ = platform::crDefault;
 };
 
 class TBridgeModuleInfo final : public platform::IModuleInfo, TBridgeService {
@@ -149,10 +155,21 @@ TScriptBridge::TScriptBridge(TComPtr<ICorvelleScriptHost> host)
       buffer_(std::make_unique<THostBuffer>(host_.Get())),
       out_(std::make_unique<std::ostream>(buffer_.get())) {
     previousModalHost_ = SetModalHost(this);
+    // The commands' own host, in the add-in's folder. It also shows the menus that the add-in
+    // pops up (as MENU, for the `menu` command to pick from), and its simulated Excel, the
+    // workbook engine, is the Excel the add-in's reports reach under the script host.
+    std::string dir;
+    Swallow([&] {
+        std::string file = TBridgeModuleInfo(*this).ModuleFileName();
+        size_t slash = file.find_last_of("\\/");
+        dir = slash == std::string::npos ? std::string() : file.substr(0, slash);
+    });
+    script_ = std::make_unique<sim::TScriptHost>(dir, *out_);
+    previousPopupHost_ = SetPopupHost(script_.get());
 }
 
 TScriptBridge::~TScriptBridge() {
-    if (script_) SetPopupHost(previousPopupHost_);
+    SetPopupHost(previousPopupHost_);
     script_.reset();
     SetModalHost(previousModalHost_);
 }
@@ -165,18 +182,13 @@ platform::Services TScriptBridge::Services() {
     s.Module = std::make_shared<TBridgeModuleInfo>(*this);
     s.Registry = std::make_shared<TWinRegistry>();
     s.Trace = std::make_shared<platform::TTcpTraceClient>();
+    s.Excel = script_->Host().Excel;
     return s;
 }
 
 void TScriptBridge::Attach(TAddInModule* module, std::function<bool()> running) {
     module_ = module;
     running_ = std::move(running);
-    // The commands' own host, which also shows the menus that the add-in pops up (as MENU, for
-    // the `menu` command to pick from).
-    if (!script_) {
-        script_ = std::make_unique<sim::TScriptHost>(std::string(), *out_);
-        previousPopupHost_ = SetPopupHost(script_.get());
-    }
 }
 
 void TScriptBridge::Flush() { static_cast<THostBuffer&>(*buffer_).Send(); }

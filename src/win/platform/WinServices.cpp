@@ -93,6 +93,11 @@ platform::TPoint TWinScreen::CursorPos() {
     return {p.x, p.y};
 }
 
+void TWinScreen::SetCursor(int shape) {
+    shape_ = shape;
+    ::SetCursor(LoadCursorW(nullptr, shape == platform::crHourGlass ? IDC_WAIT : IDC_ARROW));
+}
+
 // ---------------------------------------------------------------------------------------------
 // Help
 

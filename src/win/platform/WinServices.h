@@ -37,6 +37,12 @@ class TWinScreen : public platform::IScreen {
 public:
     platform::TRect WorkArea() override;
     platform::TPoint CursorPos() override;
+    // The shape is set on the thread's cursor at once (the hourglass while the system works).
+    int Cursor() override { return shape_; }
+    void SetCursor(int shape) override;
+
+private:
+    int shape_ = platform::crDefault;
 };
 
 // Opens a compiled help file (.chm) through the HTML Help control, loaded when first asked.

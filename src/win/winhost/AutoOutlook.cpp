@@ -130,19 +130,19 @@ public:
         });
         // ItemsEvents: the mailbox raises ItemAdd to the folder's sinks; a COM sink is one of them.
         State st = state_;
-        auto items = items_;
+        auto folderItems = items_;
         Events(
             ParseIid(outlook::IID_ItemsEvents),
-            [st, items](TComPtr<::IDispatch> sink) -> DWORD {
-                uint32_t cookie = Live(items).Advise(std::make_shared<TComItemsSink>(st, std::move(sink)));
-                st->folderSinks.emplace_back(items, cookie);
+            [st, folderItems](TComPtr<::IDispatch> sink) -> DWORD {
+                uint32_t cookie = Live(folderItems).Advise(std::make_shared<TComItemsSink>(st, std::move(sink)));
+                st->folderSinks.emplace_back(folderItems, cookie);
                 return cookie;
             },
-            [st, items](DWORD cookie) {
-                Live(items).Unadvise(cookie);
+            [st, folderItems](DWORD cookie) {
+                Live(folderItems).Unadvise(cookie);
                 auto& f = st->folderSinks;
                 for (auto it = f.begin(); it != f.end(); ++it)
-                    if (it->first == items && it->second == cookie) {
+                    if (it->first == folderItems && it->second == cookie) {
                         f.erase(it);
                         break;
                     }

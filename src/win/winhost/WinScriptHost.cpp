@@ -17,7 +17,7 @@ namespace {
 bool IsForwarded(const std::string& command) {
     static const char* const commands[] = {"explorer", "activate", "close", "click", "dblclick", "focus", "call",
                                            "set",      "get",      "tree",  "grid",  "tab",      "table", "drag",
-                                           "drop",     "menu",     "dragnode"};
+                                           "drop",     "menu",     "dragnode", "excel"};
     return std::any_of(std::begin(commands), std::end(commands), [&](const char* c) { return SameName(c, command); });
 }
 
