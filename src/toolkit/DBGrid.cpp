@@ -424,6 +424,53 @@ bool TcxGridDBTableView::UserActOn(int index, const std::function<bool()>& then)
     });
 }
 
+bool TcxGridDBTableView::CellEditable(const TcxGridDBColumn& column) const {
+    return Options.Editing && column.Options.Editing && FieldOf(column) && !FieldOf(column)->IsAutoInc();
+}
+
+bool TcxGridDBTableView::UserEditCell(int index, TcxGridDBColumn& column, const Variant& value) {
+    if (!CellEditable(column) || index < 0) return false;
+    return UserActOn(index, [&] {
+        if (hitIndex_ < 0 || !CellEditable(column)) return false;
+        TdxMemData* t = DataSet();
+        TField* f = FieldOf(column);
+        static_cast<void>(f->VariantToCell(value));  // a value the field can't hold raises here
+        t->Edit();
+        try {
+            f->SetValue(value);
+        } catch (...) {
+            t->Cancel();
+            throw;
+        }
+        if (Options.ImmediatePost) t->Post();
+        return true;
+    });
+}
+
+bool TcxGridDBTableView::UserGroupBy(TcxGridDBColumn& column) {
+    if (!Reachable() || !Options.GroupByBox || !column.Options.Grouping || !FieldOf(column)) return false;
+    return RunUserAction([&] {
+        for (auto& c : columns_) c->GroupIndex = -1;
+        column.GroupIndex = 0;
+        order_.valid = false;
+        return true;
+    });
+}
+
+bool TcxGridDBTableView::UserUngroup() {
+    if (!Reachable() || !Options.GroupByBox) return false;
+    return RunUserAction([&] {
+        for (auto& c : columns_) c->GroupIndex = -1;
+        order_.valid = false;
+        return true;
+    });
+}
+
+std::string TcxGridDBTableView::GroupByBoxText() const {
+    TcxGridDBColumn* group = GroupingColumn();
+    return group ? group->Caption : GroupByBoxPrompt;
+}
+
 void TcxGridDBTableView::DescribeProperties(TPropertyList& list) const {
     TControl::DescribeProperties(list);
     list.Add("RecordCount", [this] { return Variant(RecordCount()); });
@@ -433,6 +480,9 @@ void TcxGridDBTableView::DescribeProperties(TPropertyList& list) const {
     list.Add("PopupMenu", [this] { return Variant(PopupMenu ? PopupMenu->Name() : std::string()); });
     list.Add("ColumnCount", [this] { return Variant(ColumnCount()); });
     list.Add("LineCount", [this] { return Variant(LineCount()); });
+    list.Add("GroupByBox", [this] { return Variant(Options.GroupByBox); });
+    list.Add("GroupByBoxText", [this] { return Variant(GroupByBoxText()); });
+    list.Add("GroupingColumn", [this] { return Variant(GroupingColumn() ? GroupingColumn()->Name() : std::string()); });
 }
 
 // ---- the banded view ----------------------------------------------------------------------------
