@@ -41,6 +41,11 @@ TfmChooseTask::TfmChooseTask()
     AfterConstruction();
 }
 
+void TfmChooseTask::DescribeProperties(TPropertyList& list) const {
+    TForm::DescribeProperties(list);
+    list.Add("Caller", [this] { return Variant(Caller); });
+}
+
 void TfmChooseTask::FormShow() {
     TModuleGlobals& g = Globals();
     cxDBTreeList1.FullExpand();

@@ -40,4 +40,8 @@ public:
     void cxDBTreeList1DblClick();
     void cxDBTreeList1FocusedNodeChanged(TcxDBTreeList& Sender, TcxTreeListNode* PrevFocusedNode,
                                         TcxTreeListNode* FocusedNode);
+
+protected:
+    // Caller, readable by name.
+    void DescribeProperties(TPropertyList& list) const override;
 };

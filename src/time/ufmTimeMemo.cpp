@@ -63,6 +63,20 @@ void TfmTimeMemo::ClearEntry() {
     EditedDecTime = Currency{};
 }
 
+void TfmTimeMemo::DescribeProperties(TPropertyList& list) const {
+    TForm::DescribeProperties(list);
+    list.Add("Mode", [this] { return Variant(Mode); });
+    list.Add("NewEntry", [this] { return Variant(NewEntry); });
+    list.Add("EntryID", [this] { return Variant(EntryID); });
+    list.Add("TaskID", [this] { return Variant(TaskID); });
+    list.Add("TaskName", [this] { return Variant(TaskName); });
+    list.Add("TaskFullName", [this] { return Variant(TaskFullName); });
+    list.Add("TaskFullNo", [this] { return Variant(TaskFullNo); });
+    list.Add("TimeDate", [this] { return Variant::FromDate(TimeDate); });
+    list.Add("PriorDate", [this] { return Variant::FromDate(PriorDate); });
+    list.Add("Note", [this] { return Variant(Note); });
+}
+
 // ---- showing and closing ------------------------------------------------------------------------
 
 void TfmTimeMemo::FormShow() {

@@ -72,4 +72,8 @@ public:
     void Button1Click();
     void BitBtn1Click();
     void BitBtn2Click();
+
+protected:
+    // The entry in hand, readable by name (Mode, NewEntry, EntryID, TaskID, ...).
+    void DescribeProperties(TPropertyList& list) const override;
 };

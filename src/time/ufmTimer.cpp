@@ -56,6 +56,11 @@ TfmTimer::TfmTimer() : TForm("fmTimer", "Timer", 520, 80) {
     AfterConstruction();
 }
 
+void TfmTimer::DescribeProperties(TPropertyList& list) const {
+    TForm::DescribeProperties(list);
+    list.Add("Dirty", [this] { return Variant(Dirty); });
+}
+
 std::string TfmTimer::NoTaskCaption() {
     return Globals().CurrentUserName + " - " + FormatDateTime("mmmm d, yyyy", Date());
 }

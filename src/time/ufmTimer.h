@@ -50,6 +50,10 @@ public:
     void NoteButtonClick();
     void AppointmentButtonClick();
 
+protected:
+    // Dirty, readable by name.
+    void DescribeProperties(TPropertyList& list) const override;
+
 private:
     // The caption of a timer with no task: the user and today's date.
     static std::string NoTaskCaption();
