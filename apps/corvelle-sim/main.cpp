@@ -4,13 +4,14 @@
 //   corvelle-sim [--dir DIR] [SCRIPT...]
 //
 // Runs the SCRIPT files in order ("-" is standard input), or standard input when none is given.
-// DIR is the add-in's folder: the table files, the templates, "Clickme.txt", the help file. A
-// given folder is used as it stands (it is made when it doesn't exist). Without --dir a new
-// folder is made in the temporary folder, the files that ship with the add-in are copied into it,
-// and "DIR <path>" is printed first.
+// DIR is the add-in's folder: the table files, the templates, "Clickme.txt", the help file; the
+// workbooks that `excel save` writes go into its folder Workbooks. A given folder is used as it
+// stands (it is made when it doesn't exist). Without --dir a new folder is made in the temporary
+// folder, the files that ship with the add-in are copied into it, and "DIR <path>" is printed
+// first.
 //
 // The shipped files are looked for in $CORVELLE_RESOURCES, else in a folder "resources" beside
-// the program or above it (the source tree's, when the program runs from the build tree).
+// the program or above it (the build tree's, which holds the report templates made at build).
 //
 // Exit status: 0; 2 after "ERROR: line N: ..." or for a wrong command line.
 #include <cstdlib>
@@ -65,8 +66,9 @@ const char* const kHelp =
     "  set FORM.CONTROL VALUE           the user types a value into a control (a date picker:\n"
     "                                   YYYY-MM-DD, picked; a duration edit: HH:MM:SS)\n"
     "  answer Yes|No|Cancel ...         answers for the coming questions\n"
-    "  get NAME                         FORM.CONTROL[.PROPERTY], FORM.PROPERTY or a variable;\n"
-    "                                   a duration reads \"HH:MM:SS\"\n"
+    "  get NAME                         FORM.CONTROL[.PROPERTY], FORM.PROPERTY, a variable or\n"
+    "                                   Screen.Cursor (-11 the hourglass, 0 the default); a\n"
+    "                                   duration reads \"HH:MM:SS\"\n"
     "  tree FORM.TREE                   every node: [KEY] TEXT no= img= style=, * focused\n"
     "  grid FORM.VIEW                   every record: [KEY] COLUMN=\"TEXT\"|img:N ..., * focused;\n"
     "                                   GROUP \"TEXT\", GROUPFOOTER and FOOTER COLUMN=\"TOTAL\" ...\n"
@@ -84,6 +86,8 @@ const char* const kHelp =
     "  outlook select FOLDER ENTRYID ... | fail MEMBER (GetCursorPos: the pointer's position)\n"
     "  add: Recipient=NAME, Member=\"NAME|ADDRESS\" (both may repeat), Attachments=N,\n"
     "  MessageClass=TEXT; dates YYYY-MM-DD[THH:MM[:SS]]. send: the mail of the active inspector\n"
+    "  excel                            Excel's state, its open workbooks and their written cells\n"
+    "  excel save | quit | absent       save them in Workbooks/ | Excel ends | no Excel from now on\n"
     "\n"
     "What the add-in shows is printed as it happens: MESSAGE: TEXT, CONFIRM: TEXT -> ANSWER,\n"
     "ASK: TEXT -> ANSWER, DISPLAY CLASS ENTRYID \"SUBJECT\", HELP FILE CONTEXT, MENU \"CAPTION\" | - | ...\n"

@@ -9,6 +9,7 @@
 #include "base/DateTime.h"
 #include "base/Exceptions.h"
 #include "platform/Dispatch.h"
+#include "platform/Excel.h"
 #include "platform/Outlook.h"
 
 class TdxMemData;
@@ -145,7 +146,8 @@ struct TModuleGlobals {
     bool TimerIsNew = false;
     // The caption the timer's window shows while no task is chosen.
     std::string TimerCaption;
-    // The timesheet: the lower date of its filter, and its "Show closed time" box.
+    // The timesheet: the lower date of its filter (the time report reads it too), and its
+    // "Show closed time" box.
     TDateTime ShowTimeSince = 0;
     TCheckBox* ShowClosedCheck = nullptr;
     // The timesheet form as uTime knows it. The forms manager makes the pane, so nothing ever
@@ -169,6 +171,12 @@ struct TModuleGlobals {
     std::string ChosenTaskFullName;
     std::string ChosenTaskFullNo;
     TcxTreeListNode* FocusedChooserNode = nullptr;
+
+    // The reports' Excel (uExcel): the application reached last, the user's locale for Excel's
+    // calls, and the folder of the templates.
+    std::shared_ptr<excel::_Application> Excel;
+    int32_t ExcelLCID = 0;
+    std::string ExcelPath;
 };
 
 // What a module-wide reference points at; raises EAccessViolation, as a call through nil does,

@@ -1,11 +1,16 @@
 #pragma once
 // The services of the machine that the add-in uses besides the object model: message boxes and
 // questions, registry reads, the desktop's work area and the cursor, help, the add-in's own
-// file name, and the diagnostic trace client. The host hands them to the module in one bundle.
+// file name, the diagnostic trace client, and the way to Excel. The host hands them to the
+// module in one bundle.
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
+
+namespace excel {
+class IExcelServer;
+}
 
 namespace platform {
 
@@ -55,12 +60,19 @@ struct TPoint {
     int Y = 0;
 };
 
-// The screen: the desktop's work area (the screen less the task bar) and the mouse cursor.
+// Shapes of the mouse cursor.
+inline constexpr int crDefault = 0;
+inline constexpr int crHourGlass = -11;
+
+// The screen: the desktop's work area (the screen less the task bar) and the mouse cursor: its
+// position, and the shape it takes over the whole screen while the system works.
 class IScreen {
 public:
     virtual ~IScreen() = default;
     virtual TRect WorkArea() = 0;
     virtual TPoint CursorPos() = 0;
+    virtual int Cursor() = 0;  // crDefault, crHourGlass
+    virtual void SetCursor(int shape) = 0;
 };
 
 // The help viewer: opens a help file at a context number.
@@ -96,6 +108,8 @@ struct Services {
     std::shared_ptr<IHelp> Help;
     std::shared_ptr<IModuleInfo> Module;
     std::shared_ptr<ITraceClient> Trace;
+    // Excel through COM (platform/Excel.h); empty on a machine where the host offers none.
+    std::shared_ptr<excel::IExcelServer> Excel;
 };
 
 }  // namespace platform

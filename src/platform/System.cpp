@@ -5,6 +5,7 @@
 #ifdef _WIN32
 #include <windows.h>
 #else
+#include <unicode/uloc.h>
 #include <unistd.h>
 #endif
 
@@ -36,6 +37,15 @@ char PathDelimiter() {
     return '\\';
 #else
     return '/';
+#endif
+}
+
+int32_t UserDefaultLCID() {
+#ifdef _WIN32
+    return static_cast<int32_t>(GetUserDefaultLCID());
+#else
+    uint32_t lcid = uloc_getLCID(uloc_getDefault());
+    return lcid ? static_cast<int32_t>(lcid) : 1033;
 #endif
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 // Small services of the operating system that the logger and the module need.
+#include <cstdint>
 #include <string>
 
 namespace platform {
@@ -10,5 +11,8 @@ std::string TempFolder();
 long ProcessId();
 // The directory separator of the platform ('/' on Linux, '\\' on Windows).
 char PathDelimiter();
+// The user's default locale as a Windows locale ID (1033 for United States English), which
+// Office's calls take; on Linux, from the process's locale, 1033 when it names none.
+int32_t UserDefaultLCID();
 
 }  // namespace platform

@@ -558,7 +558,10 @@ void TScriptHost::CmdGet(const Words& a) {
     const std::string& name = a[0];
     nlohmann::ordered_json value;
     auto dot = name.find('.');
-    if (dot == std::string::npos) {
+    if (SameName(name, "Screen.Cursor")) {
+        // The shape of the screen's cursor: -11 the hourglass, 0 the default.
+        value = host_->Screen->Cursor();
+    } else if (dot == std::string::npos) {
         value = ModuleVariable(name);
     } else {
         auto [formName, rest] = SplitTarget(name, "FORM.CONTROL[.PROPERTY], FORM.PROPERTY or a variable");

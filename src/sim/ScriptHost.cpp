@@ -102,6 +102,7 @@ const std::vector<TScriptHost::Command>& TScriptHost::Commands() {
         {"drop", &TScriptHost::CmdDrop, "drop FORM.TREE PATH|none"},
         {"menu", &TScriptHost::CmdMenu, "menu \"CAPTION\"|none"},
         {"dragnode", &TScriptHost::CmdDragNode, "dragnode FORM.TREE PATH PATH"},
+        {"excel", &TScriptHost::CmdExcel, "excel [save|quit|absent]"},
         {"outlook", &TScriptHost::CmdOutlook,
          "outlook folders|items|item|add|delete|inspector|set|save|send|close|select|fail ..."},
     };

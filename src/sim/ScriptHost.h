@@ -184,6 +184,9 @@ private:
     void CmdFile(const Words& a);
     void CmdLog(const Words& a);
     void CmdOutlook(const Words& a);
+
+    // ---- Excel (ScriptExcel.cpp) -----------------------------------------------------------------
+    void CmdExcel(const Words& a);
     void OlFolders(const Words& a);
     void OlItems(const Words& a);
     void OlItem(const Words& a);

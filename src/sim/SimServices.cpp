@@ -154,10 +154,11 @@ TSimHost::TSimHost(std::string moduleFileName)
       Screen(std::make_shared<TSimScreen>(Failures)),
       Help(std::make_shared<TSimHelp>(Failures)),
       Module(std::make_shared<TSimModuleInfo>(std::move(moduleFileName), Failures)),
-      Trace(std::make_shared<TSimTraceClient>()) {}
+      Trace(std::make_shared<TSimTraceClient>()),
+      Excel(std::make_shared<TSimExcel>(Failures)) {}
 
 platform::Services TSimHost::Services() const {
-    return platform::Services{Dialogs, Registry, Screen, Help, Module, Trace};
+    return platform::Services{Dialogs, Registry, Screen, Help, Module, Trace, Excel};
 }
 
 THostInfo TSimHost::HostInfo(int majorVersion, bool registeredForAllUsers) const {

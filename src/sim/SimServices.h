@@ -14,6 +14,7 @@
 
 #include "framework/AddInModule.h"
 #include "platform/Services.h"
+#include "sim/SimExcel.h"
 #include "sim/SimOutlook.h"
 
 namespace sim {
@@ -90,6 +91,8 @@ public:
 
     platform::TRect WorkArea() override;
     platform::TPoint CursorPos() override;
+    int Cursor() override { return cursorShape_; }
+    void SetCursor(int shape) override { cursorShape_ = shape; }
 
     void SetWorkArea(platform::TRect r) { workArea_ = r; }
     void SetCursorPos(platform::TPoint p) { cursor_ = p; }
@@ -98,6 +101,7 @@ private:
     std::shared_ptr<TSimFailures> failures_;
     platform::TRect workArea_{0, 0, 1920, 1040};
     platform::TPoint cursor_{0, 0};
+    int cursorShape_ = platform::crDefault;
 };
 
 class TSimHelp : public platform::IHelp {
@@ -152,7 +156,7 @@ private:
     bool connected_ = false;
 };
 
-// A simulated machine with Outlook on it: one mailbox, one set of services, one failure list
+// A simulated machine with Outlook and Excel on it: one mailbox, one set of services, one failure list
 // shared by all. It outlives the add-in modules started against it.
 class TSimHost {
 public:
@@ -166,6 +170,7 @@ public:
     std::shared_ptr<TSimHelp> Help;
     std::shared_ptr<TSimModuleInfo> Module;
     std::shared_ptr<platform::ITraceClient> Trace;  // a TSimTraceClient unless replaced
+    std::shared_ptr<TSimExcel> Excel;
 
     platform::Services Services() const;
     // What the host tells a module it starts.

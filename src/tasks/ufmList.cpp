@@ -8,6 +8,7 @@
 #include "filing/uContacts.h"
 #include "filing/uEmails.h"
 #include "filing/uNotes.h"
+#include "reports/uExcel.h"
 #include "tasks/uTasks.h"
 #include "support/ufmOptions.h"
 #include "time/ufmTimer.h"
@@ -49,7 +50,7 @@ TfmList::TfmList()
     cxDBTreeList1.RootValue = Variant(-1);
     cxDBTreeList1.ReadOnly = true;
 
-    // The toolbar. The export joins with its part.
+    // The toolbar.
     ButtonGroup1.Add("New root task", 23).OnClick = [this] { NewRootTask1Click(); };
     ButtonGroup1.Add("New child task", 10).OnClick = [this] { NewTask1Click(); };
     ButtonGroup1.Add("New note", 11).OnClick = [this] { Newnote1Click(); };
@@ -58,7 +59,7 @@ TfmList::TfmList()
     ButtonGroup1.Add("New time entry", 14).OnClick = [this] { Newtimeentry1Click(); };
     ButtonGroup1.Add("New contact", 15).OnClick = [this] { Newcontact1Click(); };
     ButtonGroup1.Add("New distribution list", 16).OnClick = [this] { Newdistributionlist1Click(); };
-    ButtonGroup1.Add("Export to Microsoft Excel", 24);
+    ButtonGroup1.Add("Export to Microsoft Excel", 24).OnClick = [this] { ButtonGroup1Items8Click(); };
 
     // The popup menu.
     PopupMenu1.Add("NewRootTask1", "New &root task", 23);
@@ -127,6 +128,7 @@ TfmList::TfmList()
     PublishHandler("CopyItemsHere", [this] { CopyItemsHere(); });
     PublishHandler("MoveItemsHere", [this] { MoveItemsHere(); });
     PublishHandler("AddItemsAsTasks", [this] { AddItemsAsTasks(); });
+    Bind(item("ExporttoMicrosoftExcel1"), "ButtonGroup1Items8Click", &TfmList::ButtonGroup1Items8Click);
     PublishHandler("SpeedButton1Click", [this] { SpeedButton1Click(); });
     PublishHandler("SpeedButton2Click", [this] { SpeedButton2Click(); });
     PublishHandler("Deletetaskchildren1Click", [this] { Deletetaskchildren1Click(); });
@@ -242,6 +244,31 @@ void TfmList::Newdistributionlist1Click() {
         std::string subject = GetNodeFullDescription(g.FocusedNode);
         platform::Use(CreateDistListItem(g.CurrentTaskID, subject)).Display(false);
     });
+}
+
+void TfmList::ButtonGroup1Items8Click() {
+    TModuleGlobals& g = Globals();
+    TdxMemData& tasks = *g.MemDataTasks;
+    if (!HasRecords(tasks)) {
+        ShowMessage("You have no tasks.");
+        return;
+    }
+    platform::IScreen& screen = g.AddInModule->Screen();
+    screen.SetCursor(platform::crHourGlass);
+    TBookmark bookmark = tasks.GetBookmark();
+    tasks.DisableControls();
+    try {
+        TaskReport();
+    } catch (...) {
+        // The failure goes on to the user; the pane is put back as it was first.
+        Swallow([&] { tasks.GotoBookmark(bookmark); });
+        tasks.EnableControls();
+        screen.SetCursor(platform::crDefault);
+        throw;
+    }
+    tasks.GotoBookmark(bookmark);
+    tasks.EnableControls();
+    screen.SetCursor(platform::crDefault);
 }
 
 void TfmList::Expandthistask1Click() {

@@ -99,6 +99,8 @@ public:
     void FileAppointmentItem(const std::shared_ptr<outlook::_AppointmentItem>& Item, int TaskID);
     void FileContactItem(const std::shared_ptr<outlook::_ContactItem>& Item, int TaskID);
     void FileDistListItem(const std::shared_ptr<outlook::_DistListItem>& Item, int TaskID);
+    // The export: the task report of the tree as it stands, under the hourglass.
+    void ButtonGroup1Items8Click();
 
     // The tree's events.
     void cxDBTreeList1FocusedNodeChanged(TcxDBTreeList& Sender, TcxTreeListNode* PrevFocusedNode,

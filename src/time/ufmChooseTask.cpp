@@ -50,7 +50,7 @@ void TfmChooseTask::FormShow() {
     TModuleGlobals& g = Globals();
     cxDBTreeList1.FullExpand();
     TdxMemData& tasks = Live(g.MemDataTasks);
-    g.ChosenTaskID = tasks.FieldByName("ID").AsInteger();
+    if (HasRecords(tasks)) g.ChosenTaskID = tasks.FieldByName("ID").AsInteger();
     // The amount so far is safe before the user picks another task.
     TfmTimer& timer = Live(g.fmTimer);
     if (timer.Dirty && g.TimerEntryID > 0) timer.PostTime();

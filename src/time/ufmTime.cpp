@@ -4,6 +4,7 @@
 #include "base/Guard.h"
 #include "host/AddinModule.h"
 #include "host/Globals.h"
+#include "reports/uExcel.h"
 #include "time/uTime.h"
 #include "time/ufmTimeMemo.h"
 
@@ -218,7 +219,22 @@ void TfmTime::BitBtn1Click() {
         ShowMessage("You have no time entries.");
         return;
     }
-    // The export to a workbook joins here with the time report.
+    platform::IScreen& screen = Live(Globals().AddInModule).Screen();
+    screen.SetCursor(platform::crHourGlass);
+    TdxMemData& t = TimeTable();
+    TBookmark bookmark = t.GetBookmark();
+    t.DisableControls();
+    try {
+        TimeReport();
+        t.GotoBookmark(bookmark);
+    } catch (...) {
+        // The failure goes on to the user; the pane and the cursor are put back first.
+        t.EnableControls();
+        screen.SetCursor(platform::crDefault);
+        throw;
+    }
+    t.EnableControls();
+    screen.SetCursor(platform::crDefault);
 }
 
 void TfmTime::Newtimeentry1Click() { NewTimeEntry(); }

@@ -3,7 +3,8 @@
 // lists the time rows that pass its filter (dated since the day before "Show time since:", and
 // open unless "Show closed time" is ticked), newest first, two lines a row; the user can group
 // them by task, with totals of decimal hours per group and in all, tick an entry closed in place,
-// jump to a date, and make, edit and delete entries through the time entry editor.
+// jump to a date, make, edit and delete entries through the time entry editor, and export what
+// it shows to a workbook (the time report).
 //
 // The grid is bound to MemDataTime itself: the table's filter, cursor and sort are the grid's.
 // The filter is a fixed list of rows, made again when the pane activates or a filter control

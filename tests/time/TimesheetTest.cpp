@@ -2,6 +2,8 @@
 // totalled, "Go to", and the entries opened, made and deleted from it.
 #include "time/TimeFixture.h"
 
+#include "xlsx/XlsxExcel.h"
+
 namespace {
 
 // The keys of the grid's records, top to bottom.
@@ -123,6 +125,22 @@ TEST_F(TimeTest, TheTimersEntryCannotBeDeletedUntilTheTimerIsCleared) {
     Sheet().Deletetimeentry1Click();
     ASSERT_TRUE(Sheet().UserClick("BitBtn1"));
     EXPECT_EQ(Shown().back(), "You have no time entries.");
+    EXPECT_EQ(host_->Excel->Running(), nullptr);
+}
+
+TEST_F(TimeTest, TheExportPutsTheShownEntriesInAWorkbookAndLeavesThePaneAsItWas) {
+    fs::copy_file(fs::path(CORVELLE_BINARY_DIR) / "resources" / "TimeReport.xlsx", dir_ / "TimeReport.xlsx");
+    Entry(acme, Date() - 1, 30);
+    int focused = Entry(borealis, Date(), 45);
+    m().adxOlFormsManager1.ActivatePane(1);
+    ASSERT_TRUE(Grid().UserClickRecord(Grid().FindRecordIndexByKeyValue(Variant(focused))));
+    ASSERT_TRUE(Sheet().UserClick("BitBtn1"));
+    ASSERT_NE(host_->Excel->Running(), nullptr);
+    EXPECT_EQ(host_->Excel->Running()->OpenWorkbooks().size(), 1u);
+    EXPECT_EQ(host_->Screen->Cursor(), platform::crDefault);
+    EXPECT_FALSE(Time().ControlsDisabled());
+    EXPECT_EQ(Grid().MainValue().AsInteger(), focused);
+    EXPECT_TRUE(Shown().empty());
 }
 
 TEST_F(TimeTest, ADoubleClickOpensTheEntryAndTheTimersTaskOfTodayKeepsItsAmount) {
