@@ -1,6 +1,7 @@
 #include "toolkit/DBGrid.h"
 
 #include <algorithm>
+#include <map>
 
 #include "base/Exceptions.h"
 #include "toolkit/Menus.h"
@@ -116,13 +117,33 @@ void TcxGridDBTableView::EnsureOrder() const {
     TField* groupField = group ? FieldOf(*group) : nullptr;
     const bool sortDesc = column && column->SortOrder == TcxSortOrder::soDescending;
     const bool groupDesc = group && group->SortOrder == TcxSortOrder::soDescending;
+    // Each row's group as a rank among the distinct values, ordered once by the table's rules
+    // (with case, so that each group's rows stand together): the collation runs per distinct
+    // value, not per comparison of two rows.
+    std::vector<int> rankOfRow;
+    if (groupField) {
+        const int fi = groupField->Index();
+        std::map<TCell, int> distinct;
+        for (int row : order_.rows) distinct.emplace(t->Cell(row, fi), 0);
+        std::vector<const TCell*> values;
+        values.reserve(distinct.size());
+        for (const auto& d : distinct) values.push_back(&d.first);
+        std::stable_sort(values.begin(), values.end(), [&](const TCell* a, const TCell* b) {
+            return t->CompareCells(*groupField, *a, *b, false) < 0;
+        });
+        int rank = -1;
+        for (size_t i = 0; i < values.size(); ++i) {
+            if (i == 0 || t->CompareCells(*groupField, *values[i - 1], *values[i], false) != 0) ++rank;
+            distinct[*values[i]] = rank;
+        }
+        rankOfRow.assign(static_cast<size_t>(rowCount), -1);
+        for (int row : order_.rows) rankOfRow[static_cast<size_t>(row)] = distinct[t->Cell(row, fi)];
+    }
     if (sortField || groupField) {
         std::stable_sort(order_.rows.begin(), order_.rows.end(), [&](int a, int b) {
             if (groupField) {
-                // Groups compare with case, so that each group's rows stand together.
-                int fi = groupField->Index();
-                int r = t->CompareCells(*groupField, t->Cell(a, fi), t->Cell(b, fi), false);
-                if (r != 0) return groupDesc ? r > 0 : r < 0;
+                int ra = rankOfRow[static_cast<size_t>(a)], rb = rankOfRow[static_cast<size_t>(b)];
+                if (ra != rb) return groupDesc ? ra > rb : ra < rb;
             }
             if (!sortField) return false;
             int fi = sortField->Index();
@@ -134,9 +155,8 @@ void TcxGridDBTableView::EnsureOrder() const {
     for (size_t i = 0; i < order_.rows.size(); ++i) order_.indexOfRow[static_cast<size_t>(order_.rows[i])] = static_cast<int>(i);
     order_.groupStarts.clear();
     if (groupField) {
-        int fi = groupField->Index();
         for (size_t i = 0; i < order_.rows.size(); ++i)
-            if (i == 0 || t->CompareCells(*groupField, t->Cell(order_.rows[i], fi), t->Cell(order_.rows[i - 1], fi), false) != 0)
+            if (i == 0 || rankOfRow[static_cast<size_t>(order_.rows[i])] != rankOfRow[static_cast<size_t>(order_.rows[i - 1])])
                 order_.groupStarts.push_back(static_cast<int>(i));
     }
     order_.valid = true;
