@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "base/Currency.h"
 #include "base/DateTime.h"
 #include "base/Exceptions.h"
 #include "platform/Dispatch.h"
@@ -30,6 +31,7 @@ class TfmEmails;
 class TfmNotes;
 class TfmContacts;
 class TfmAppointments;
+class TCheckBox;
 
 struct TModuleGlobals {
     TModuleGlobals();
@@ -131,8 +133,44 @@ struct TModuleGlobals {
     bool TaskChanged = false;
     bool CompleteChanged = false;
 
-    // The date of the timesheet's "Show time since:" picker, for the time report.
+    // The timer: the time row it is bound to (0 none yet, -1 cleared or closed), its task and
+    // the task's texts copied into the rows it makes, and what it last posted.
+    int TimerEntryID = 0;
+    int TimerTaskID = 0;
+    std::string TimerTaskName;
+    std::string TimerTaskFullName;
+    std::string TimerTaskFullNo;
+    std::string TimerNote;
+    Currency TimerDecTime;
+    bool TimerRunning = false;
+    bool TimerIsNew = false;
+    // The caption the timer's window shows while no task is chosen.
+    std::string TimerCaption;
+    // The timesheet: the lower date of its filter (the time report reads it too), and its
+    // "Show closed time" box.
     TDateTime ShowTimeSince = 0;
+    TCheckBox* ShowClosedCheck = nullptr;
+    // The timesheet form as uTime knows it. The forms manager makes the pane, so nothing ever
+    // sets this: an added time row leaves the Time table unfiltered.
+    TfmTime* TimeSheetForm = nullptr;
+
+    // The task the chooser's tree focused last, and its details.
+    int ChosenTaskID = 0;
+    int ChosenParentID = 0;
+    std::string ChosenTaskName;
+    TDateTime ChosenCreateDate = 0;
+    int ChosenNumber = 0;
+    TDateTime ChosenDueDate = 0;
+    TDateTime ChosenStartDate = 0;
+    TDateTime ChosenDateComplete = 0;
+    int ChosenImportance = 0;
+    int ChosenStatus = 0;
+    int ChosenPercentComplete = 0;
+    int ChosenComplete = 0;
+    std::string ChosenOwnerName;
+    std::string ChosenTaskFullName;
+    std::string ChosenTaskFullNo;
+    TcxTreeListNode* FocusedChooserNode = nullptr;
 
     // The reports' Excel (uExcel): the application reached last, the user's locale for Excel's
     // calls, and the folder of the templates.

@@ -2,6 +2,9 @@
 // click, dblclick and focus on a grid view's records are in ScriptGrid.cpp.
 #include "sim/ScriptHost.h"
 
+#include <algorithm>
+#include <cstdio>
+
 #include "filing/ufmAppointments.h"
 #include "filing/ufmContacts.h"
 #include "filing/ufmEmails.h"
@@ -19,6 +22,7 @@
 #include "time/ufmTime.h"
 #include "time/ufmTimeMemo.h"
 #include "time/ufmTimer.h"
+#include "toolkit/ControlText.h"
 #include "toolkit/Controls.h"
 
 namespace sim {
@@ -178,6 +182,19 @@ nlohmann::ordered_json FolderPath(const std::shared_ptr<outlook::MAPIFolder>& f)
 
 nlohmann::ordered_json Date(TDateTime d) { return ScriptValue(Variant::FromDate(d)); }
 
+// A component's main value for `get`: a duration as "HH:MM:SS", others as ScriptValue gives.
+nlohmann::ordered_json ComponentValue(TComponent& c) {
+    if (auto* duration = dynamic_cast<TTimeEdit*>(&c)) {
+        int s = duration->TotalSeconds();
+        char text[16];
+        std::snprintf(text, sizeof text, "%02d:%02d:%02d", s / 3600, s / 60 % 60, s % 60);
+        return std::string(text);
+    }
+    return ScriptValue(c.MainValue());
+}
+
+nlohmann::ordered_json Money(Currency c) { return ScriptValue(Variant(c)); }
+
 struct VariableEntry {
     const char* name;
     nlohmann::ordered_json (*get)(TModuleGlobals& g);
@@ -220,6 +237,24 @@ const VariableEntry kVariables[] = {
     CV_DATE(TaskDueDate),
     CV_DATE(TaskStartDate),
     CV_DATE(TaskDateComplete),
+    CV_VALUE(TimerEntryID),
+    CV_VALUE(TimerTaskID),
+    CV_VALUE(TimerTaskName),
+    CV_VALUE(TimerTaskFullName),
+    CV_VALUE(TimerTaskFullNo),
+    CV_VALUE(TimerNote),
+    {"TimerDecTime", [](TModuleGlobals& g) { return Money(g.TimerDecTime); }},
+    CV_VALUE(TimerRunning),
+    CV_VALUE(TimerIsNew),
+    CV_VALUE(TimerCaption),
+    CV_DATE(ShowTimeSince),
+    CV_VALUE(ChosenTaskID),
+    CV_VALUE(ChosenParentID),
+    CV_VALUE(ChosenTaskName),
+    CV_VALUE(ChosenNumber),
+    CV_VALUE(ChosenTaskFullName),
+    CV_VALUE(ChosenTaskFullNo),
+    CV_DATE(ChosenDueDate),
     CV_VALUE(TasksPath),
     CV_VALUE(TimePath),
     CV_VALUE(EmailsPath),
@@ -304,6 +339,16 @@ void TScriptHost::AddForm(TForm& form) {
 }
 
 void TScriptHost::RemoveForm(TForm& form) { std::erase(extraForms_, &form); }
+
+std::vector<TForm*> TScriptHost::AllForms() {
+    std::vector<TForm*> out;
+    if (module_)
+        for (const FormEntry& e : kForms)
+            if (TForm* form = e.get(*module_)) out.push_back(form);
+    for (TForm* f : extraForms_)
+        if (std::find(out.begin(), out.end(), f) == out.end()) out.push_back(f);
+    return out;
+}
 
 TForm& TScriptHost::FormByName(const std::string& name) {
     for (TForm* f : extraForms_)
@@ -501,6 +546,13 @@ void TScriptHost::CmdSet(const Words& a) {
     std::optional<Variant> readOnly = control.Property("ReadOnly");
     if (readOnly && readOnly->type() == Variant::Type::Boolean && readOnly->AsBoolean())
         throw EScriptError("cannot type into " + a[0] + ": it is read-only");
+    // A value the control can't take is the script's mistake, not the user's typing.
+    if (dynamic_cast<TTimeEdit*>(&control) && !TTimeEdit::ReadDuration(a[1]))
+        throw EScriptError("not a duration: " + QuoteWord(a[1]) + " (HH:MM:SS)");
+    if (dynamic_cast<TDateTimePicker*>(&control) && !toolkit::Trimmed(a[1]).empty() && !toolkit::ReadDate(a[1]))
+        throw EScriptError("not a date: " + QuoteWord(a[1]) + " (YYYY-MM-DD)");
+    if (dynamic_cast<TCurrencyEdit*>(&control) && !toolkit::Trimmed(a[1]).empty() && !toolkit::ReadDecimal(a[1]))
+        throw EScriptError("not a number: " + QuoteWord(a[1]));
     control.UserEdit(a[1]);
 }
 
@@ -533,7 +585,7 @@ void TScriptHost::CmdGet(const Words& a) {
         auto second = rest.find('.');
         if (second == std::string::npos) {
             if (TComponent* c = form.FindComponent(rest))
-                value = ScriptValue(c->MainValue());
+                value = ComponentValue(*c);
             else if (std::optional<Variant> p = form.Property(rest))
                 value = ScriptValue(*p);
             else
@@ -545,7 +597,9 @@ void TScriptHost::CmdGet(const Words& a) {
             if (!c) throw EScriptError("unknown control " + formName + "." + componentName);
             std::optional<Variant> p = c->Property(property);
             std::optional<std::vector<std::string>> items;
-            if (p)
+            if (SameName(property, "Value"))
+                value = ComponentValue(*c);
+            else if (p)
                 value = ScriptValue(*p);
             else if (SameName(property, "Items") && (items = ItemTexts(*c)))
                 value = *items;

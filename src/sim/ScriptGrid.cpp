@@ -1,9 +1,11 @@
-// The commands on grid views and page controls: grid, tab, and the record forms of click,
-// dblclick and focus.
+// The commands on grid views and page controls: grid, group, ungroup, cell, tab, and the record
+// forms of click, dblclick and focus.
 #include <charconv>
 #include <functional>
+#include <optional>
 
 #include "sim/ScriptHost.h"
+#include "toolkit/ControlText.h"
 #include "toolkit/Controls.h"
 
 namespace sim {
@@ -32,61 +34,112 @@ void TScriptHost::FocusRecord(TcxGridDBTableView& view, const Words& a) {
     view.UserFocusRecord(index);
 }
 
+TcxGridDBTableView& TScriptHost::ViewOf(const std::string& target) {
+    auto [formName, name] = SplitTarget(target, "FORM.VIEW");
+    TForm& form = FormByName(formName);
+    auto* view = dynamic_cast<TcxGridDBTableView*>(&ControlOf(form, formName, name));
+    if (!view) throw EScriptError(target + " is not a grid view");
+    return *view;
+}
+
 namespace {
 
-// " COLUMN=\"TEXT\"" for each total of a footer's items.
-std::string Totals(const std::vector<TcxGridDBTableSummaryItem>& items, const std::function<std::string(int)>& text) {
-    std::string out;
-    for (size_t i = 0; i < items.size(); ++i)
-        out += " " + (items[i].Column ? items[i].Column->Name() : std::string("-")) + "=" +
-               ScriptJson(text(static_cast<int>(i)));
-    return out;
+TcxGridDBColumn& ColumnOf(TcxGridDBTableView& view, const std::string& target, const std::string& name) {
+    TcxGridDBColumn* column = view.ColumnByName(name);
+    if (!column) throw EScriptError(target + " has no column " + name);
+    return *column;
 }
 
 }  // namespace
 
 void TScriptHost::CmdGrid(const Words& a) {
     if (a.size() != 1) Usage(Find(Commands(), "grid", "command"));
-    auto [formName, name] = SplitTarget(a[0], "FORM.VIEW");
-    TForm& form = FormByName(formName);
-    auto* view = dynamic_cast<TcxGridDBTableView*>(&ControlOf(form, formName, name));
-    if (!view) throw EScriptError(a[0] + " is not a grid view");
+    TcxGridDBTableView* view = &ViewOf(a[0]);
     std::vector<TcxGridDBColumn*> columns = view->VisibleColumns();
     TcxGridDBColumn* grouping = view->GroupingColumn();
     const std::string indent = grouping ? "  " : "";
     int focused = view->FocusedRecordIndex();
     out_ << "GRID " << a[0] << " rows=" << view->RecordCount() << "\n";
-    std::string line;
-    for (const TcxGridViewRow& r : view->ViewRows()) {
-        switch (r.Kind) {
-            case TcxGridRowKind::Record:
-                line = indent + "[" + view->KeyValue(r.Index).AsString() + "]";
-                for (TcxGridDBColumn* c : columns) {
-                    if (c == grouping) continue;  // the group's line shows it
-                    line += " " + c->Name() + "=";
-                    TcxGridDrawnCell cell = view->DrawCell(r.Index, *c);
-                    if (cell.OwnerDrawn) line += cell.ImageIndex >= 0 ? "img:" + std::to_string(cell.ImageIndex) : "img:-";
-                    else line += ScriptJson(cell.Text);
-                }
-                if (r.Index == focused) line += " *";
-                break;
-            case TcxGridRowKind::Group: {
-                TcxGridGroup g = view->Groups(r.Index);
-                line = "GROUP " + grouping->Name() + "=" + ScriptJson(g.DisplayText) + " rows=" +
-                       std::to_string(g.RecordCount) + (g.Expanded ? " expanded" : " collapsed");
-                break;
-            }
-            case TcxGridRowKind::GroupFooter:
-                line = indent + "GROUPFOOTER" + Totals(view->Summary.DefaultGroupSummaryItems, [&](int i) {
-                           return view->GroupSummaryText(r.Index, i);
-                       });
-                break;
-            case TcxGridRowKind::Footer:
-                line = "FOOTER" + Totals(view->Summary.FooterSummaryItems, [&](int i) { return view->FooterSummaryText(i); });
-                break;
+    auto record = [&](int index) {
+        std::string line = indent + "[" + view->KeyValue(index).AsString() + "]";
+        for (TcxGridDBColumn* c : columns) {
+            if (c == grouping) continue;  // the group's line shows it
+            line += " " + c->Name() + "=";
+            TcxGridDrawnCell cell = view->DrawCell(index, *c);
+            if (cell.OwnerDrawn) line += cell.ImageIndex >= 0 ? "img:" + std::to_string(cell.ImageIndex) : "img:-";
+            else line += ScriptJson(cell.Text);
         }
+        if (index == focused) line += " *";
         out_ << line << "\n";
+    };
+    auto totals = [&](const std::vector<TcxGridDBTableSummaryItem>& items, const std::function<std::string(int)>& text) {
+        std::string out;
+        for (size_t i = 0; i < items.size(); ++i)
+            out += " " + (items[i].Column ? items[i].Column->Name() : std::string("-")) + "=" +
+                   ScriptJson(text(static_cast<int>(i)));
+        return out;
+    };
+    // Every group is printed expanded, whatever the user has opened or closed.
+    const bool groupFooters = view->Options.GroupFooters != TcxGroupFootersMode::gfInvisible &&
+                              !view->Summary.DefaultGroupSummaryItems.empty();
+    if (grouping) {
+        for (int g = 0, n = view->GroupCount(); g < n; ++g) {
+            TcxGridGroup group = view->Groups(g);
+            out_ << "GROUP " << ScriptJson(group.DisplayText) << "\n";
+            for (int i = group.FirstRecord; i < group.FirstRecord + group.RecordCount; ++i) record(i);
+            if (groupFooters)
+                out_ << indent << "GROUPFOOTER"
+                     << totals(view->Summary.DefaultGroupSummaryItems, [&](int i) { return view->GroupSummaryText(g, i); })
+                     << "\n";
+        }
+    } else {
+        for (int i = 0, n = view->RecordCount(); i < n; ++i) record(i);
     }
+    if (view->Options.Footer && !view->Summary.FooterSummaryItems.empty())
+        out_ << "FOOTER" << totals(view->Summary.FooterSummaryItems, [&](int i) { return view->FooterSummaryText(i); })
+             << "\n";
+}
+
+void TScriptHost::CmdGroup(const Words& a) {
+    if (a.size() != 2) Usage(Find(Commands(), "group", "command"));
+    TcxGridDBTableView& view = ViewOf(a[0]);
+    TcxGridDBColumn& column = ColumnOf(view, a[0], a[1]);
+    RequireReachable(view, a[0], "group");
+    if (!view.Options.GroupByBox) throw EScriptError("cannot group " + a[0] + ": it shows no grouping box");
+    if (!column.Options.Grouping || view.DataSet() == nullptr || column.FieldName().empty())
+        throw EScriptError("cannot group " + a[0] + " by " + a[1] + ": the column does not group");
+    view.UserGroupBy(column);
+}
+
+void TScriptHost::CmdUngroup(const Words& a) {
+    if (a.size() != 1) Usage(Find(Commands(), "ungroup", "command"));
+    TcxGridDBTableView& view = ViewOf(a[0]);
+    RequireReachable(view, a[0], "ungroup");
+    if (!view.Options.GroupByBox) throw EScriptError("cannot ungroup " + a[0] + ": it shows no grouping box");
+    view.UserUngroup();
+}
+
+void TScriptHost::CmdCell(const Words& a) {
+    if (a.size() != 4) Usage(Find(Commands(), "cell", "command"));
+    TcxGridDBTableView& view = ViewOf(a[0]);
+    int index = ResolveRecord(view, a[0], a[1]);
+    if (index < 0) throw EScriptError("a cell of " + a[0] + " needs a record KEY");
+    TcxGridDBColumn& column = ColumnOf(view, a[0], a[2]);
+    RequireReachable(view, a[0], "edit");
+    if (!view.CellEditable(column)) throw EScriptError("cannot edit " + a[0] + " " + a[2] + ": the column is read-only");
+    TField* field = view.DataSet()->FindField(column.FieldName());
+    Variant value(a[3]);
+    if (field->DataType() == TFieldType::ftBoolean) {
+        std::optional<bool> checked = toolkit::ReadBoolean(a[3]);
+        if (!checked) throw EScriptError("not a check box value: " + QuoteWord(a[3]) + " (true or false)");
+        value = Variant(*checked);
+    }
+    try {
+        static_cast<void>(field->VariantToCell(value));
+    } catch (const std::exception&) {
+        throw EScriptError("not a value for " + a[2] + ": " + QuoteWord(a[3]));
+    }
+    view.UserEditCell(index, column, value);
 }
 
 void TScriptHost::CmdTab(const Words& a) {

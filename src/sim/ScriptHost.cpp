@@ -11,6 +11,7 @@
 #include "sim/SimItem.h"
 #include "store/TableJson.h"
 #include "toolkit/ControlText.h"
+#include "toolkit/ExtCtrls.h"
 
 namespace sim {
 
@@ -18,6 +19,8 @@ namespace {
 
 // Item-added events that raise more of themselves are cut off after this many in one command.
 constexpr int kMaxItemAddsPerCommand = 1000;
+// The longest tick a script may ask for: a day.
+constexpr int64_t kMaxTickSeconds = 86400;
 
 const char* AnswerName(const std::optional<platform::DialogAnswer>& a) {
     if (!a) return "?";
@@ -70,6 +73,7 @@ std::string ScriptJson(const nlohmann::ordered_json& value) { return JsonLine(va
 const std::vector<TScriptHost::Command>& TScriptHost::Commands() {
     static const std::vector<Command> table = {
         {"today", &TScriptHost::CmdToday, "today YYYY-MM-DD [HH:MM[:SS]]"},
+        {"tick", &TScriptHost::CmdTick, "tick [SECONDS]"},
         {"user", &TScriptHost::CmdUser, "user \"NAME\" \"ADDRESS\""},
         {"start", &TScriptHost::CmdStart, "start"},
         {"shutdown", &TScriptHost::CmdShutdown, "shutdown"},
@@ -87,6 +91,9 @@ const std::vector<TScriptHost::Command>& TScriptHost::Commands() {
         {"get", &TScriptHost::CmdGet, "get NAME"},
         {"tree", &TScriptHost::CmdTree, "tree FORM.TREE"},
         {"grid", &TScriptHost::CmdGrid, "grid FORM.VIEW"},
+        {"group", &TScriptHost::CmdGroup, "group FORM.VIEW COLUMN"},
+        {"ungroup", &TScriptHost::CmdUngroup, "ungroup FORM.VIEW"},
+        {"cell", &TScriptHost::CmdCell, "cell FORM.VIEW KEY COLUMN VALUE"},
         {"tab", &TScriptHost::CmdTab, "tab FORM.PAGECONTROL INDEX"},
         {"table", &TScriptHost::CmdTable, "table NAME"},
         {"file", &TScriptHost::CmdFile, "file NAME"},
@@ -332,6 +339,27 @@ void TScriptHost::CmdToday(const Words& a) {
         time = EncodeTime(h, m, s, 0);
     }
     SetClock(day + time);
+}
+
+void TScriptHost::CmdTick(const Words& a) {
+    if (a.size() > 1) Usage(Find(Commands(), "tick", "command"));
+    int64_t seconds = 1;
+    if (a.size() == 1) {
+        auto n = toolkit::ReadInteger(a[0], 1, kMaxTickSeconds);
+        if (!n || a[0].find_first_not_of("0123456789") != std::string::npos)
+            throw EScriptError("not a number of seconds from 1 to " + std::to_string(kMaxTickSeconds) + ": " + a[0]);
+        seconds = *n;
+    }
+    // Each second the clock moves on, then Outlook's message loop delivers the tick of every
+    // enabled timer, whether a modal form is open or not.
+    const TDateTime start = Now();
+    for (int64_t i = 1; i <= seconds; ++i) {
+        SetClock(start + static_cast<double>(i) / 86400.0);
+        for (TForm* form : AllForms())
+            for (TComponent* c : std::vector<TComponent*>(form->Components()))
+                if (auto* timer = dynamic_cast<TTimer*>(c)) timer->Tick();
+        DeliverItemAdds();
+    }
 }
 
 void TScriptHost::CmdUser(const Words& a) {

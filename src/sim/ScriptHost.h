@@ -142,10 +142,13 @@ private:
     void CmdClose(const Words& a);
     void CmdAnswer(const Words& a);
     void CmdRibbon(const Words& a);
+    void CmdTick(const Words& a);
 
     // ---- forms (ScriptForms.cpp) -------------------------------------------------------------
     // A form by its name; EScriptError for an unknown name or a form that doesn't exist now.
     TForm& FormByName(const std::string& name);
+    // Every form that exists now: the panes, the dialogs, the forms added by AddForm.
+    std::vector<TForm*> AllForms();
     // "FORM.REST" split at its first dot.
     static std::pair<std::string, std::string> SplitTarget(const std::string& target, const char* shape);
     TControl& ControlOf(TForm& form, const std::string& formName, const std::string& name);
@@ -180,7 +183,12 @@ private:
     int ResolveRecord(TcxGridDBTableView& view, const std::string& target, const std::string& key);
     void ClickRecord(TcxGridDBTableView& view, const Words& a, bool twice);
     void FocusRecord(TcxGridDBTableView& view, const Words& a);
+    // The grid view named FORM.VIEW; EScriptError when there is none.
+    TcxGridDBTableView& ViewOf(const std::string& target);
     void CmdGrid(const Words& a);
+    void CmdGroup(const Words& a);
+    void CmdUngroup(const Words& a);
+    void CmdCell(const Words& a);
     void CmdTab(const Words& a);
 
     // ---- tables, files, the log, the mailbox (ScriptData.cpp) ---------------------------------

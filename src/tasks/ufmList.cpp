@@ -50,13 +50,13 @@ TfmList::TfmList()
     cxDBTreeList1.RootValue = Variant(-1);
     cxDBTreeList1.ReadOnly = true;
 
-    // The toolbar. The item commands and the time entry join with their parts.
+    // The toolbar.
     ButtonGroup1.Add("New root task", 23).OnClick = [this] { NewRootTask1Click(); };
     ButtonGroup1.Add("New child task", 10).OnClick = [this] { NewTask1Click(); };
     ButtonGroup1.Add("New note", 11).OnClick = [this] { Newnote1Click(); };
     ButtonGroup1.Add("New email", 12).OnClick = [this] { Newemail1Click(); };
     ButtonGroup1.Add("New appointment", 13).OnClick = [this] { Newappointment1Click(); };
-    ButtonGroup1.Add("New time entry", 14);
+    ButtonGroup1.Add("New time entry", 14).OnClick = [this] { Newtimeentry1Click(); };
     ButtonGroup1.Add("New contact", 15).OnClick = [this] { Newcontact1Click(); };
     ButtonGroup1.Add("New distribution list", 16).OnClick = [this] { Newdistributionlist1Click(); };
     ButtonGroup1.Add("Export to Microsoft Excel", 24).OnClick = [this] { ButtonGroup1Items8Click(); };
@@ -99,6 +99,7 @@ TfmList::TfmList()
     Bind(item("Newnote1"), "Newnote1Click", &TfmList::Newnote1Click);
     Bind(item("Newemail1"), "Newemail1Click", &TfmList::Newemail1Click);
     Bind(item("Newappointment1"), "Newappointment1Click", &TfmList::Newappointment1Click);
+    Bind(item("Newtimeentry1"), "Newtimeentry1Click", &TfmList::Newtimeentry1Click);
     Bind(item("Newcontact1"), "Newcontact1Click", &TfmList::Newcontact1Click);
     Bind(item("Newdistributionlist1"), "Newdistributionlist1Click", &TfmList::Newdistributionlist1Click);
 
@@ -228,6 +229,10 @@ void TfmList::Newappointment1Click() {
         std::string subject = GetNodeFullDescription(g.FocusedNode);
         platform::Use(CreateAppointmentItem(g.CurrentTaskID, subject)).Display(false);
     });
+}
+
+void TfmList::Newtimeentry1Click() {
+    if (HasRecords(*Globals().MemDataTasks)) Live(Globals().fmTimer).ShowTimeEntry("List");
 }
 
 void TfmList::Newcontact1Click() {

@@ -77,6 +77,7 @@ public:
     void Newnote1Click();
     void Newemail1Click();
     void Newappointment1Click();
+    void Newtimeentry1Click();
     void Newcontact1Click();
     void Newdistributionlist1Click();
 

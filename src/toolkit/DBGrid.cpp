@@ -1,6 +1,7 @@
 #include "toolkit/DBGrid.h"
 
 #include <algorithm>
+#include <map>
 
 #include "base/Exceptions.h"
 #include "toolkit/Menus.h"
@@ -116,13 +117,33 @@ void TcxGridDBTableView::EnsureOrder() const {
     TField* groupField = group ? FieldOf(*group) : nullptr;
     const bool sortDesc = column && column->SortOrder == TcxSortOrder::soDescending;
     const bool groupDesc = group && group->SortOrder == TcxSortOrder::soDescending;
+    // Each row's group as a rank among the distinct values, ordered once by the table's rules
+    // (with case, so that each group's rows stand together): the collation runs per distinct
+    // value, not per comparison of two rows.
+    std::vector<int> rankOfRow;
+    if (groupField) {
+        const int fi = groupField->Index();
+        std::map<TCell, int> distinct;
+        for (int row : order_.rows) distinct.emplace(t->Cell(row, fi), 0);
+        std::vector<const TCell*> values;
+        values.reserve(distinct.size());
+        for (const auto& d : distinct) values.push_back(&d.first);
+        std::stable_sort(values.begin(), values.end(), [&](const TCell* a, const TCell* b) {
+            return t->CompareCells(*groupField, *a, *b, false) < 0;
+        });
+        int rank = -1;
+        for (size_t i = 0; i < values.size(); ++i) {
+            if (i == 0 || t->CompareCells(*groupField, *values[i - 1], *values[i], false) != 0) ++rank;
+            distinct[*values[i]] = rank;
+        }
+        rankOfRow.assign(static_cast<size_t>(rowCount), -1);
+        for (int row : order_.rows) rankOfRow[static_cast<size_t>(row)] = distinct[t->Cell(row, fi)];
+    }
     if (sortField || groupField) {
         std::stable_sort(order_.rows.begin(), order_.rows.end(), [&](int a, int b) {
             if (groupField) {
-                // Groups compare with case, so that each group's rows stand together.
-                int fi = groupField->Index();
-                int r = t->CompareCells(*groupField, t->Cell(a, fi), t->Cell(b, fi), false);
-                if (r != 0) return groupDesc ? r > 0 : r < 0;
+                int ra = rankOfRow[static_cast<size_t>(a)], rb = rankOfRow[static_cast<size_t>(b)];
+                if (ra != rb) return groupDesc ? ra > rb : ra < rb;
             }
             if (!sortField) return false;
             int fi = sortField->Index();
@@ -134,9 +155,8 @@ void TcxGridDBTableView::EnsureOrder() const {
     for (size_t i = 0; i < order_.rows.size(); ++i) order_.indexOfRow[static_cast<size_t>(order_.rows[i])] = static_cast<int>(i);
     order_.groupStarts.clear();
     if (groupField) {
-        int fi = groupField->Index();
         for (size_t i = 0; i < order_.rows.size(); ++i)
-            if (i == 0 || t->CompareCells(*groupField, t->Cell(order_.rows[i], fi), t->Cell(order_.rows[i - 1], fi), false) != 0)
+            if (i == 0 || rankOfRow[static_cast<size_t>(order_.rows[i])] != rankOfRow[static_cast<size_t>(order_.rows[i - 1])])
                 order_.groupStarts.push_back(static_cast<int>(i));
     }
     order_.valid = true;
@@ -424,6 +444,53 @@ bool TcxGridDBTableView::UserActOn(int index, const std::function<bool()>& then)
     });
 }
 
+bool TcxGridDBTableView::CellEditable(const TcxGridDBColumn& column) const {
+    return Options.Editing && column.Options.Editing && FieldOf(column) && !FieldOf(column)->IsAutoInc();
+}
+
+bool TcxGridDBTableView::UserEditCell(int index, TcxGridDBColumn& column, const Variant& value) {
+    if (!CellEditable(column) || index < 0) return false;
+    return UserActOn(index, [&] {
+        if (hitIndex_ < 0 || !CellEditable(column)) return false;
+        TdxMemData* t = DataSet();
+        TField* f = FieldOf(column);
+        static_cast<void>(f->VariantToCell(value));  // a value the field can't hold raises here
+        t->Edit();
+        try {
+            f->SetValue(value);
+        } catch (...) {
+            t->Cancel();
+            throw;
+        }
+        if (Options.ImmediatePost) t->Post();
+        return true;
+    });
+}
+
+bool TcxGridDBTableView::UserGroupBy(TcxGridDBColumn& column) {
+    if (!Reachable() || !Options.GroupByBox || !column.Options.Grouping || !FieldOf(column)) return false;
+    return RunUserAction([&] {
+        for (auto& c : columns_) c->GroupIndex = -1;
+        column.GroupIndex = 0;
+        order_.valid = false;
+        return true;
+    });
+}
+
+bool TcxGridDBTableView::UserUngroup() {
+    if (!Reachable() || !Options.GroupByBox) return false;
+    return RunUserAction([&] {
+        for (auto& c : columns_) c->GroupIndex = -1;
+        order_.valid = false;
+        return true;
+    });
+}
+
+std::string TcxGridDBTableView::GroupByBoxText() const {
+    TcxGridDBColumn* group = GroupingColumn();
+    return group ? group->Caption : GroupByBoxPrompt;
+}
+
 void TcxGridDBTableView::DescribeProperties(TPropertyList& list) const {
     TControl::DescribeProperties(list);
     list.Add("RecordCount", [this] { return Variant(RecordCount()); });
@@ -433,6 +500,9 @@ void TcxGridDBTableView::DescribeProperties(TPropertyList& list) const {
     list.Add("PopupMenu", [this] { return Variant(PopupMenu ? PopupMenu->Name() : std::string()); });
     list.Add("ColumnCount", [this] { return Variant(ColumnCount()); });
     list.Add("LineCount", [this] { return Variant(LineCount()); });
+    list.Add("GroupByBox", [this] { return Variant(Options.GroupByBox); });
+    list.Add("GroupByBoxText", [this] { return Variant(GroupByBoxText()); });
+    list.Add("GroupingColumn", [this] { return Variant(GroupingColumn() ? GroupingColumn()->Name() : std::string()); });
 }
 
 // ---- the banded view ----------------------------------------------------------------------------

@@ -1,7 +1,8 @@
 #pragma once
 // The data-bound grid: TcxGrid, the control, shows a view of a table bound through a data source.
 // TcxGridDBTableView lists one record a line; TcxGridDBBandedTableView lays a record's columns
-// out on several lines. Both are read-only.
+// out on several lines. Records are read-only, but for the cells of the columns a view lets the
+// user edit in place (TcxGridDBTableView::UserEditCell).
 //
 // A view's records are the rows its table shows (the filter respected), in the table's order,
 // unless a column sorts the view. The view keeps no copy of the rows: it reads the table when it
@@ -11,7 +12,8 @@
 //
 // A column can group the view: the records then stand in groups of equal values, each group a
 // line of its own, expanded or collapsed, with its totals in a group footer; the view's footer
-// totals all its records (toolkit/GridSummary.h). A sorted or grouped view keeps its order of the
+// totals all its records (toolkit/GridSummary.h). The user groups a view by dragging a column's
+// header into the grouping box above it, which shows a prompt while it is empty. A sorted or grouped view keeps its order of the
 // rows, made again when it is next read after the table changed.
 //
 // Binding follows the tree list's rules: the focused record follows the table's one cursor (the
@@ -96,6 +98,14 @@ public:
     // when the column sorts so.
     int GroupIndex = -1;
     TcxGridBandedColumnPosition Position;
+    // What the user may do with the column: edit its cells in place (when the view allows
+    // editing), group by it, filter it, move it.
+    struct TOptions {
+        bool Editing = true;
+        bool Grouping = true;
+        bool Filtering = true;
+        bool Moving = true;
+    } Options;
 
     // Owner drawing: fires each time a cell of the column is drawn. A column with a handler is
     // owner-drawn.
@@ -140,9 +150,12 @@ struct TcxGridViewRow {
 
 enum class TcxGroupFootersMode { gfInvisible, gfVisibleWhenExpanded, gfAlwaysVisible };
 
-// The view's options that its forms set; the headless view is read-only whatever they say.
+// The view's options that its forms set. Editing lets the user edit the cells of the columns that
+// allow it, and ImmediatePost posts such an edit at once; rows are never inserted or deleted in
+// the view, whatever Deleting and Inserting say.
 struct TcxGridTableViewOptions {
     bool Editing = false;
+    bool ImmediatePost = false;
     bool Deleting = false;
     bool Inserting = false;
     bool CellSelect = false;      // false: a click selects the record
@@ -170,6 +183,8 @@ public:
     TcxGridTableViewOptions Options;
     TPopupMenu* PopupMenu = nullptr;
     TcxDataSummary Summary;
+    // What the grouping box shows while no column groups the view.
+    std::string GroupByBoxPrompt = "Drag a column header here to group by that column";
 
     // ---- columns ---------------------------------------------------------------------------------
     TcxGridDBColumn& CreateColumn(std::string name, std::string fieldName = std::string());
@@ -244,6 +259,20 @@ public:
     bool UserContextPopup(int index);
     // Where the click being handled fell: a record, or -1 for the empty space.
     int HitRecordIndex() const { return hitIndex_; }
+    // Whether the user can edit the column's cells in place.
+    bool CellEditable(const TcxGridDBColumn& column) const;
+    // The user edits a record's cell in place: the record is focused as by a click, then the
+    // table row is put in edit with the new value (and posted with ImmediatePost). False when the
+    // view can't be reached or the column isn't editable; a value the field can't hold raises,
+    // and the row stays as it was.
+    bool UserEditCell(int index, TcxGridDBColumn& column, const Variant& value);
+    // The user drags a column's header into the grouping box: the view is grouped by it alone.
+    // False when the box isn't shown or the column can't group.
+    bool UserGroupBy(TcxGridDBColumn& column);
+    // The user empties the grouping box.
+    bool UserUngroup();
+    // What the grouping box shows: the grouping column's caption, or the prompt.
+    std::string GroupByBoxText() const;
 
     // The key of the focused record; null when none.
     Variant MainValue() const override;

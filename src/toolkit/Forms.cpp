@@ -582,6 +582,23 @@ void TForm::DescribeProperties(TPropertyList& list) const {
     list.Add("Width", [this] { return Variant(width_); });
     list.Add("Height", [this] { return Variant(height_); });
     list.Add("ModalResult", [this] { return Variant(ModalResultName(modalResult_)); });
+    list.Add("FormStyle", [this] {
+        return Variant(FormStyle == TFormStyle::fsStayOnTop ? "fsStayOnTop" : "fsNormal");
+    });
+    list.Add("BorderStyle", [this] {
+        static const char* const names[] = {"bsNone", "bsSingle", "bsSizeable", "bsDialog", "bsToolWindow"};
+        return Variant(names[static_cast<int>(BorderStyle)]);
+    });
+    list.Add("BorderIcons", [this] {
+        std::string out;
+        auto add = [&out](bool on, const char* name) {
+            if (on) out += (out.empty() ? "" : ",") + std::string(name);
+        };
+        add(BorderIcons.SystemMenu, "biSystemMenu");
+        add(BorderIcons.Minimize, "biMinimize");
+        add(BorderIcons.Maximize, "biMaximize");
+        return Variant(out);
+    });
     list.Add("Modal", [this] { return Variant(modal_); });
     list.Add("Active", [this] { return Variant(active_); });
     list.Add("ActiveControl",

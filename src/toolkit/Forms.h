@@ -69,6 +69,16 @@ enum TModalResult : int {
 // "mrOk", "mrCancel", ...; "mrNone" for values outside the list.
 const char* ModalResultName(TModalResult value);
 
+// How a form's window stands among others and what its frame allows: a host reads these to
+// draw it (a stay-on-top strip, a dialog that can't be resized, a panel with no frame).
+enum class TFormStyle { fsNormal, fsStayOnTop };
+enum class TFormBorderStyle { bsNone, bsSingle, bsSizeable, bsDialog, bsToolWindow };
+struct TBorderIcons {
+    bool SystemMenu = true;
+    bool Minimize = true;
+    bool Maximize = true;
+};
+
 // What the close event decides: caHide closes the form (the default), caNone keeps it open.
 // caFree closes it too: forms belong to the module and are freed only at shutdown.
 enum TCloseAction : int { caNone = 0, caHide = 1, caFree = 2 };
@@ -262,6 +272,11 @@ public:
     void SetWidth(int value) { width_ = value; }
     int Height() const { return height_; }
     void SetHeight(int value) { height_ = value; }
+
+    // The window's kind, for hosts: fsNormal, bsSizeable and all three icons at first.
+    TFormStyle FormStyle = TFormStyle::fsNormal;
+    TFormBorderStyle BorderStyle = TFormBorderStyle::bsSizeable;
+    TBorderIcons BorderIcons;
 
     // ---- life ----------------------------------------------------------------------------------
     // Fires the create event, once. A concrete form calls it at the end of its constructor;

@@ -147,7 +147,7 @@ TEST_F(ScriptGridTest, ARecordOrAPageThatIsNotThereStopsTheScript) {
     EXPECT_EQ(fm.log, "");
 }
 
-TEST_F(ScriptGridTest, AGroupedViewPrintsItsGroupsFootersAndTotals) {
+TEST_F(ScriptGridTest, AGroupedViewPrintsEveryGroupExpandedWithItsFootersAndTotals) {
     fm.clMark.GroupIndex = 0;
     fm.Mails.Options.Footer = true;
     fm.Mails.Options.GroupFooters = TcxGroupFootersMode::gfVisibleWhenExpanded;
@@ -158,8 +158,10 @@ TEST_F(ScriptGridTest, AGroupedViewPrintsItsGroupsFootersAndTotals) {
     EXPECT_EQ(text,
               "> grid fmPane.Mails\n"
               "GRID fmPane.Mails rows=3\n"
-              "GROUP clMark=\"0\" rows=1 collapsed\n"
-              "GROUP clMark=\"1\" rows=2 expanded\n"
+              "GROUP \"0\"\n"
+              "  [2] clSubject=\"Invoice\" clText=\"About Invoice\"\n"
+              "  GROUPFOOTER clMark=\"0.0\"\n"
+              "GROUP \"1\"\n"
               "  [1] clSubject=\"Lease \\\"final\\\"\" clText=\"About Lease \\\"final\\\"\"\n"
               "  [3] clSubject=\"Receipt\" clText=\"About Receipt\" *\n"
               "  GROUPFOOTER clMark=\"2.0\"\n"
