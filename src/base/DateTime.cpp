@@ -38,13 +38,15 @@ void CivilFromDays(int64_t z, int& y, int& m, int& d) {
 const int64_t kEpochShift = DaysFromCivil(1899, 12, 30);
 
 // Whole days and milliseconds of the day of a TDateTime. A negative value keeps its time of day
-// as a positive fraction, as the date type has always done.
+// as a positive fraction, as the date type has always done. A date whose day number doesn't fit
+// a time stamp has no split: EConvertError.
 void Split(TDateTime dt, int64_t& days, int& msec) {
     if (!std::isfinite(dt)) {
         days = 0;
         msec = 0;
         return;
     }
+    if (!SplittableDate(dt)) throw EConvertError("Date value out of range: " + std::to_string(dt));
     double whole = std::trunc(dt);
     double frac = std::fabs(dt - whole);
     auto ms = static_cast<int64_t>(std::llround(frac * MSecsPerDay));
@@ -252,6 +254,14 @@ bool Numbers(std::string_view text, char sep, std::vector<int>& nums) {
 }
 
 }  // namespace
+
+bool SplittableDate(TDateTime dt) {
+    // Whole days and the time stamp's day number of both ends of its range, with room for the
+    // rounding of the time of day to a next day.
+    constexpr double lo = static_cast<double>(INT32_MIN) - DateDelta + 1;
+    constexpr double hi = static_cast<double>(INT32_MAX) - DateDelta - 1;
+    return !std::isfinite(dt) || (dt >= lo && dt <= hi);
+}
 
 bool IsLeapYear(int year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
 
