@@ -38,15 +38,13 @@ void CivilFromDays(int64_t z, int& y, int& m, int& d) {
 const int64_t kEpochShift = DaysFromCivil(1899, 12, 30);
 
 // Whole days and milliseconds of the day of a TDateTime. A negative value keeps its time of day
-// as a positive fraction, as the date type has always done. A date whose day number doesn't fit
-// a time stamp has no split: EConvertError.
-void Split(TDateTime dt, int64_t& days, int& msec) {
-    if (!std::isfinite(dt)) {
-        days = 0;
-        msec = 0;
-        return;
-    }
-    if (!SplittableDate(dt)) throw EConvertError("Date value out of range: " + std::to_string(dt));
+// as a positive fraction, as the date type has always done. False for a date whose day number
+// doesn't fit a time stamp.
+bool TrySplit(TDateTime dt, int64_t& days, int& msec) {
+    days = 0;
+    msec = 0;
+    if (!std::isfinite(dt)) return true;
+    if (std::fabs(dt) > 4e9) return false;  // far beyond the time stamp's days, and any int64's
     double whole = std::trunc(dt);
     double frac = std::fabs(dt - whole);
     auto ms = static_cast<int64_t>(std::llround(frac * MSecsPerDay));
@@ -54,8 +52,16 @@ void Split(TDateTime dt, int64_t& days, int& msec) {
         ms -= MSecsPerDay;
         whole += dt < 0 ? -1 : 1;
     }
-    days = static_cast<int64_t>(whole);
+    const auto d = static_cast<int64_t>(whole);
+    if (d + DateDelta > INT32_MAX || d + DateDelta < INT32_MIN) return false;
+    days = d;
     msec = static_cast<int>(ms);
+    return true;
+}
+
+// As TrySplit; a date that doesn't split raises EConvertError.
+void Split(TDateTime dt, int64_t& days, int& msec) {
+    if (!TrySplit(dt, days, msec)) throw EConvertError("Date value out of range: " + std::to_string(dt));
 }
 
 std::string Pad(int v, int width) {
@@ -256,11 +262,9 @@ bool Numbers(std::string_view text, char sep, std::vector<int>& nums) {
 }  // namespace
 
 bool SplittableDate(TDateTime dt) {
-    // Whole days and the time stamp's day number of both ends of its range, with room for the
-    // rounding of the time of day to a next day.
-    constexpr double lo = static_cast<double>(INT32_MIN) - DateDelta + 1;
-    constexpr double hi = static_cast<double>(INT32_MAX) - DateDelta - 1;
-    return !std::isfinite(dt) || (dt >= lo && dt <= hi);
+    int64_t days;
+    int ms;
+    return TrySplit(dt, days, ms);
 }
 
 bool IsLeapYear(int year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }

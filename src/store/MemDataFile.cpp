@@ -292,6 +292,11 @@ bool ReadValue(Reader& r, const Descriptor& d, double version, TCell& cell) {
             // use (its split into a date) can fail.
             double ms = real();
             if (!std::isfinite(ms)) return true;
+            const double plain = ms / MSecsPerDay - DateDelta;
+            if (!SplittableDate(plain)) {
+                cell = plain;  // no calendar day: the writer turns it back the same way
+                break;
+            }
             double day = std::floor(ms / MSecsPerDay);
             double msOfDay = std::nearbyint(ms - day * MSecsPerDay);
             if (msOfDay >= MSecsPerDay) {
@@ -417,9 +422,7 @@ void WriteValue(Writer& w, const TField& f, const TCell& cell) {
                 TTimeStamp ts = DateTimeToTimeStamp(dt);
                 w.Put(static_cast<double>(ts.date) * MSecsPerDay + ts.time);
             } else {
-                // Beyond the calendar a date has no time of day left to keep: it is written back
-                // as it was read.
-                w.Put((std::trunc(dt) + DateDelta) * MSecsPerDay);
+                w.Put((dt + DateDelta) * MSecsPerDay);  // beyond the calendar, as it was read
             }
             break;
         }
