@@ -19,6 +19,12 @@
 
 namespace {
 
+TableFileStepHook stepHook = nullptr;
+
+void Step(const char* step) {
+    if (stepHook) stepHook(step);
+}
+
 std::string ErrorText(int err) { return err ? std::strerror(err) : "Unknown error"; }
 
 [[noreturn]] void CannotOpen(const std::string& path, const std::string& why) {
@@ -34,6 +40,8 @@ std::string ErrorText(int err) { return err ? std::strerror(err) : "Unknown erro
 }
 
 }  // namespace
+
+void SetTableFileStepHook(TableFileStepHook hook) { stepHook = hook; }
 
 #ifdef _WIN32
 
@@ -70,6 +78,7 @@ bool IsRegularTableFile(const std::string& path) {
 void ReplaceTableFile(const std::string& path, std::string_view bytes) {
     std::FILE* f = std::fopen(path.c_str(), "wb");
     if (!f) CannotCreate(path, ErrorText(errno));
+    Step("write");
     const size_t written = bytes.empty() ? 0 : std::fwrite(bytes.data(), 1, bytes.size(), f);
     bool failed = written != bytes.size();
     int err = errno;
@@ -146,9 +155,10 @@ std::string FollowLinks(const std::string& path) {
 }
 
 bool WriteAll(int fd, std::string_view bytes, int& err) {
-    constexpr size_t kChunk = size_t{1} << 20;
+    constexpr size_t kChunk = size_t{256} << 10;
     size_t done = 0;
     while (done < bytes.size()) {
+        Step("write");
         const size_t n = std::min(kChunk, bytes.size() - done);
         const ssize_t w = ::write(fd, bytes.data() + done, n);
         if (w < 0) {
@@ -195,6 +205,7 @@ void WriteInPlace(const std::string& path, const std::string& target, std::strin
     if (fd.get() < 0) CannotCreate(path, ErrorText(errno));
     int err = 0;
     if (!WriteAll(fd.get(), bytes, err)) CannotWrite(path, err);
+    Step("flush");
     if (::ftruncate(fd.get(), static_cast<off_t>(bytes.size())) != 0 || ::fsync(fd.get()) != 0)
         CannotWrite(path, errno);
     if ((err = fd.Close()) != 0) CannotWrite(path, err);
@@ -237,6 +248,8 @@ void ReplaceTableFile(const std::string& path, std::string_view bytes) {
     const bool exists = ::stat(target.c_str(), &old) == 0;
     if (exists && S_ISDIR(old.st_mode)) CannotCreate(path, ErrorText(EISDIR));
     if (exists && !S_ISREG(old.st_mode)) CannotCreate(path, "Not a regular file");
+    // A file the user may not write stays as it is, although the rename could replace it.
+    if (exists && ::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0) CannotCreate(path, ErrorText(errno));
 
     const std::string folder = Folder(target);
     std::string newPath;
@@ -257,8 +270,10 @@ void ReplaceTableFile(const std::string& path, std::string_view bytes) {
             if (::fchmod(fd.get(), old.st_mode & 07777) != 0) errno = 0;
         }
         if (!WriteAll(fd.get(), bytes, err)) CannotWrite(path, err);
+        Step("flush");
         if (::fsync(fd.get()) != 0) CannotWrite(path, errno);
         if ((err = fd.Close()) != 0) CannotWrite(path, err);
+        Step("rename");
         if (::rename(newPath.c_str(), target.c_str()) != 0) CannotWrite(path, errno);
     } catch (...) {
         ::unlink(newPath.c_str());

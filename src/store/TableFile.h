@@ -21,7 +21,8 @@ bool IsRegularTableFile(const std::string& path);
 // the process may give it). A failure at any point leaves the old file as it was and removes the
 // new one: EFCreateError when no file could be made, EInOutError when writing it failed. When
 // no new file can be made in the folder but the old file can be written, it is written in place.
-// A path that names something other than a regular file raises EFCreateError.
+// A path that names something other than a regular file, or a file the process may not write,
+// raises EFCreateError.
 void ReplaceTableFile(const std::string& path, std::string_view bytes);
 
 // Moves the file aside in its folder as "<name>.damaged-YYYY-MM-DD" of the day given, with
@@ -29,3 +30,10 @@ void ReplaceTableFile(const std::string& path, std::string_view bytes);
 // to is moved. Needs no right to read the file. Returns the new path; raises EFCreateError when
 // the file can't be moved.
 std::string KeepDamagedTableFile(const std::string& path, TDateTime day);
+
+// For tests: called at each step of a save that could be cut short: before each block of bytes
+// is written ("write"), before the flush to the disk ("flush") and before the rename
+// ("rename"). A test stops the process there to see what a save killed at that step leaves.
+// Nothing is called when no hook is set, as in the running system.
+using TableFileStepHook = void (*)(const char* step);
+void SetTableFileStepHook(TableFileStepHook hook);

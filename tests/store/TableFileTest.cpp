@@ -99,7 +99,7 @@ protected:
 
 TEST_F(TableFileTest, ASaveKilledAtAnyMomentLeavesTheOldOrTheNewTableWhole) {
     auto before = Emails(300, 'o');
-    auto after = Emails(3000, 'n');  // about 3 MB
+    auto after = Emails(2000, 'n');  // about 2 MB
     const std::string oldBytes = Bytes(*before), newBytes = Bytes(*after);
     const std::string path = Path("Emails.bin");
 
@@ -112,7 +112,7 @@ TEST_F(TableFileTest, ASaveKilledAtAnyMomentLeavesTheOldOrTheNewTableWhole) {
 
     std::mt19937 rng(11);
     int sawOld = 0, sawNew = 0;
-    for (int kill = 0; kill < 40; ++kill) {
+    for (int kill = 0; kill < 30; ++kill) {
         ReplaceTableFile(path, oldBytes);
         int ready[2];
         ASSERT_EQ(::pipe(ready), 0);
@@ -137,13 +137,42 @@ TEST_F(TableFileTest, ASaveKilledAtAnyMomentLeavesTheOldOrTheNewTableWhole) {
 
         const std::string now = Read(path);
         ASSERT_TRUE(now == oldBytes || now == newBytes) << "kill " << kill << ": " << now.size() << " bytes";
+        (now == oldBytes ? sawOld : sawNew)++;
+    }
+    EXPECT_EQ(sawOld + sawNew, 30);
+
+    // Killed at each step of the save in turn: before each block, the flush and the rename.
+    for (int step = 0;; ++step) {
+        ReplaceTableFile(path, oldBytes);
+        const pid_t pid = ::fork();
+        if (pid == 0) {
+            static int stepsLeft;
+            stepsLeft = step;
+            SetTableFileStepHook([](const char*) {
+                if (stepsLeft-- == 0) ::raise(SIGKILL);
+            });
+            after->SaveToBinaryFile(path);
+            ::_exit(0);
+        }
+        int status = 0;
+        ::waitpid(pid, &status, 0);
+        const std::string now = Read(path);
+        ASSERT_TRUE(now == oldBytes || now == newBytes) << "killed at step " << step << ": " << now.size() << " bytes";
+        if (WIFEXITED(status)) {
+            EXPECT_GT(step, 9);  // eight blocks, the flush and the rename
+            EXPECT_EQ(now, newBytes);
+            break;
+        }
+        EXPECT_EQ(now, oldBytes) << step;  // not renamed yet
+    }
+    // Both are tables that load whole.
+    for (const std::string* bytes : {&oldBytes, &newBytes}) {
+        ReplaceTableFile(path, *bytes);
         auto loaded = MakeTable("Emails");
         loaded->LoadFromBinaryFile(path);
         EXPECT_TRUE(loaded->LoadedWhole());
-        EXPECT_EQ(loaded->RecordCount(), now == oldBytes ? 300 : 3000);
-        (now == oldBytes ? sawOld : sawNew)++;
+        EXPECT_EQ(loaded->RecordCount(), bytes == &oldBytes ? 300 : 2000);
     }
-    EXPECT_EQ(sawOld + sawNew, 40);
 
     // What a killed save leaves beside the table is a hidden new file, never a torn table.
     for (const std::string& name : Names())
@@ -211,12 +240,14 @@ TEST_F(TableFileTest, ALinkStaysALinkAndTheFileKeepsItsPermissions) {
     EXPECT_TRUE(fs::is_fifo(dir_ / "Fifo.bin"));
 }
 
-TEST_F(TableFileTest, AWritableFileInAFolderThatTakesNoNewFileIsWrittenInPlace) {
+TEST_F(TableFileTest, TheRightsOnFileAndFolderDecideAsTheyAlwaysDid) {
     fs::create_directory(dir_ / "locked");
     const std::string path = Path("locked/Tasks.bin");
     std::ofstream(path) << "old";
     ::chmod(path.c_str(), 0666);
     ::chmod((dir_ / "locked").c_str(), 0555);
+    std::ofstream(Path("ReadOnly.bin")) << "kept";
+    ::chmod(Path("ReadOnly.bin").c_str(), 0444);
     auto tasks = MakeTable("Tasks");
     tasks->Open();
     tasks->Append();
@@ -224,13 +255,24 @@ TEST_F(TableFileTest, AWritableFileInAFolderThatTakesNoNewFileIsWrittenInPlace) 
 
     const std::string answer = InChild([&] {
         if (!WithoutPrivileges()) return std::string("no user to run as");
+        std::string seen;
+        // A writable file in a folder that takes no new file is written in place.
         tasks->SaveToBinaryFile(path);
-        // A new table in that folder can't be made, with the message it always had.
-        tasks->SaveToBinaryFile(Path("locked/Time.bin"));
-        return std::string("saved both");
+        // A new table in that folder can't be made, and a read-only file is not replaced,
+        // with the message each always had.
+        for (const std::string& p : {Path("locked/Time.bin"), Path("ReadOnly.bin")}) {
+            try {
+                tasks->SaveToBinaryFile(p);
+            } catch (const EFCreateError& e) {
+                seen += e.Message() + "\n";
+            }
+        }
+        return seen;
     });
-    EXPECT_EQ(answer, "EFCreateError: Cannot create file \"" + Path("locked/Time.bin") + "\". Permission denied");
+    EXPECT_EQ(answer, "Cannot create file \"" + Path("locked/Time.bin") + "\". Permission denied\n"
+                      "Cannot create file \"" + Path("ReadOnly.bin") + "\". Permission denied\n");
     EXPECT_EQ(Read(path), Bytes(*tasks));
+    EXPECT_EQ(Read(Path("ReadOnly.bin")), "kept");
 }
 
 TEST_F(TableFileTest, OnlyRegularFilesAreReadAndALinkToOneIsFollowed) {

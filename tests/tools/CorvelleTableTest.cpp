@@ -231,6 +231,13 @@ TEST_F(CorvelleTableTest, DamagedFilesLoadWhatTheyCan) {
     RunResult missing = Tool("dump " + File("Missing.bin"));
     EXPECT_EQ(missing.exitCode, 1);
     EXPECT_NE(missing.err.find("Missing.bin"), std::string::npos) << missing.err;
+
+    // A device of endless zeros is no table file, and is not read.
+    for (const char* args : {"dump --table Emails ", "dump "}) {
+        RunResult zeros = Tool(std::string(args) + "/dev/zero");
+        EXPECT_EQ(zeros.exitCode, 1) << args;
+        EXPECT_EQ(zeros.err, "corvelle-table: Cannot open file \"/dev/zero\". Not a regular file\n") << args;
+    }
 }
 
 TEST_F(CorvelleTableTest, BadInputWritesNothing) {
