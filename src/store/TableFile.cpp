@@ -106,7 +106,7 @@ std::string KeepDamagedTableFile(const std::string& path, TDateTime day) {
 
 namespace {
 
-// Closes a descriptor when it goes, unless released.
+// Closes a descriptor when it goes, unless it was closed before.
 class Descriptor {
 public:
     explicit Descriptor(int fd) : fd_(fd) {}
@@ -249,14 +249,17 @@ void ReplaceTableFile(const std::string& path, std::string_view bytes) {
     if (exists && S_ISDIR(old.st_mode)) CannotCreate(path, ErrorText(EISDIR));
     if (exists && !S_ISREG(old.st_mode)) CannotCreate(path, "Not a regular file");
     // A file the user may not write stays as it is, although the rename could replace it.
-    if (exists && ::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0) CannotCreate(path, ErrorText(errno));
+    if (exists && ::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0)
+        CannotCreate(path, ErrorText(errno));
 
     const std::string folder = Folder(target);
     std::string newPath;
     int err = 0;
     Descriptor fd(CreateNewFile(folder, BaseName(target), newPath, err));
     if (fd.get() < 0) {
-        if (exists) return WriteInPlace(path, target, bytes);
+        // Only a folder that refuses new files sends the save in place: on a full disk the old
+        // file stays as it is.
+        if (exists && (err == EACCES || err == EPERM)) return WriteInPlace(path, target, bytes);
         CannotCreate(path, ErrorText(err));
     }
 

@@ -20,7 +20,7 @@ bool IsRegularTableFile(const std::string& path);
 // replaced and the link stays; the new file takes the old one's permissions (and owner, where
 // the process may give it). A failure at any point leaves the old file as it was and removes the
 // new one: EFCreateError when no file could be made, EInOutError when writing it failed. When
-// no new file can be made in the folder but the old file can be written, it is written in place.
+// the folder refuses a new file but the old file can be written, it is written in place.
 // A path that names something other than a regular file, or a file the process may not write,
 // raises EFCreateError.
 void ReplaceTableFile(const std::string& path, std::string_view bytes);
