@@ -5,7 +5,9 @@
 // size read from the stream is checked against the bytes that remain before anything is made of
 // it, so a stream can't make the reader allocate or loop beyond what it holds.
 #include <cmath>
+#include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "base/Exceptions.h"
 #include "platform/Text.h"
@@ -51,6 +53,20 @@ bool IsOrdinalKind(TFieldType t) {
         case TFieldType::ftShortint:
         case TFieldType::ftByte: return true;
         default: return false;
+    }
+}
+
+// The numbers a field of an ordinal kind holds.
+std::pair<int64_t, int64_t> OrdinalRange(TFieldType t) {
+    switch (t) {
+        case TFieldType::ftBoolean: return {0, 1};
+        case TFieldType::ftSmallint: return {INT16_MIN, INT16_MAX};
+        case TFieldType::ftWord: return {0, UINT16_MAX};
+        case TFieldType::ftShortint: return {INT8_MIN, INT8_MAX};
+        case TFieldType::ftByte: return {0, UINT8_MAX};
+        case TFieldType::ftLongWord: return {0, UINT32_MAX};
+        case TFieldType::ftLargeint: return {INT64_MIN, INT64_MAX};
+        default: return {INT32_MIN, INT32_MAX};  // Integer, AutoInc
     }
 }
 
@@ -326,6 +342,12 @@ bool ReadValue(Reader& r, const Descriptor& d, double version, TCell& cell) {
 TCell Convert(const Descriptor& d, TCell cell, const TField& f) {
     if (std::holds_alternative<std::monostate>(cell)) return cell;
     if (f.DataType() == d.type) {
+        if (auto* i = std::get_if<int64_t>(&cell); i && IsOrdinalKind(f.DataType())) {
+            // Read at the descriptor's width, which may be wider than the kind: a number the
+            // field can't hold gives no value.
+            const auto [lo, hi] = OrdinalRange(f.DataType());
+            return *i < lo || *i > hi ? TCell{} : cell;
+        }
         if (auto* s = std::get_if<std::string>(&cell)) {
             // Text longer than the field keeps its first Size bytes (characters for wide text).
             if (IsStringKind(f.DataType()) && f.DataType() != TFieldType::ftWideString &&

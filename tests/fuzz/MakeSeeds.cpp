@@ -165,6 +165,16 @@ int main(int argc, char** argv) {
         own.AddField("F" + std::to_string(code), static_cast<TFieldType>(code), 20);
     const char ownSelector = static_cast<char>(defs.size());
     tables.Add(ownSelector, Rows(own));
+    // An ID stored at eight bytes, wider than its kind, with a number it can't hold.
+    std::string wide = OldVersion(1.91);
+    const size_t idSize = 15;  // "Ver", the version, the count: the first descriptor's size
+    wide[idSize] = 8;
+    const std::string head = wide.substr(0, wide.find("Complete") + 9);
+    std::string row = "\x01";
+    const int64_t big = int64_t{1} << 40;
+    row.append(reinterpret_cast<const char*>(&big), 8);
+    row += "\x01\x03\0\0\0abc\x01\x01\0";
+    tables.Add('\0', head + row);
     for (double version : {0.0, 1.0, 1.85, 1.91}) {
         tables.Add('\0', OldVersion(version));
         tables.Add(ownSelector, OldVersion(version));

@@ -396,6 +396,25 @@ TEST_F(TableFileTest, ValuesBeyondTheirKindsLoadAndFailWhereTheyAreUsed) {
     EXPECT_EQ(loaded->RowCount(), 1);
     loaded->Cancel();
 
+    // An ID stored wider than its kind, with a number the field can't hold, loads without one
+    // and is numbered as a row without an ID is.
+    std::string wide = "Ver";
+    const double v191 = 1.91;
+    wide.append(reinterpret_cast<const char*>(&v191), 8);
+    const int32_t one = 1, eight = 8;
+    const int16_t autoInc = 12, idLength = 3;
+    const int64_t tooBig = int64_t{1} << 40;
+    wide.append(reinterpret_cast<const char*>(&one), 4);
+    wide.append(reinterpret_cast<const char*>(&eight), 4);
+    wide.append(reinterpret_cast<const char*>(&autoInc), 2);
+    wide.append(reinterpret_cast<const char*>(&idLength), 2);
+    wide.append("ID", 3);
+    wide += '\x01';
+    wide.append(reinterpret_cast<const char*>(&tooBig), 8);
+    loaded->LoadFromStream(wide);
+    ASSERT_EQ(loaded->RecordCount(), 1);
+    EXPECT_EQ(loaded->FieldByName("ID").AsInteger(), 1);
+
     // Hours at the top of the currency's range load; a sum beyond it, and an amount made from
     // a huge integer, raise the conversion error.
     auto time = MakeTable("Time");
