@@ -24,11 +24,11 @@ failed=0
 i=0
 for target in table_file json_rows script_lexer; do
   if wait "${pids[$i]}"; then
-    runs=$(grep -m1 'stat::number_of_executed_units' "$out/fuzz_$target.log" | awk '{print $2}')
+    runs=$(grep -a -m1 'stat::number_of_executed_units' "$out/fuzz_$target.log" | awk '{print $2}')
     echo "fuzz $target: ${runs:-?} inputs in ${seconds}s, nothing found"
   else
     echo "fuzz $target: FAILED, see $out/fuzz_$target.log and $out/crashes/"
-    grep -E 'ERROR|runtime error|property failed|what\(\)' "$out/fuzz_$target.log" | head -5 || true
+    grep -a -E 'ERROR|runtime error|property failed|what\(\)' "$out/fuzz_$target.log" | head -5 || true
     failed=1
   fi
   i=$((i + 1))

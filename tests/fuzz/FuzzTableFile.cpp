@@ -52,7 +52,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::unique_ptr<TdxMemData> copy = MakeFor(which, once);
     copy->LoadFromStream(once);
     FUZZ_CHECK(copy->LoadedWhole());
-    FUZZ_CHECK(copy->RowCount() == table->RowCount());
+    // Rows of a table without a stored field (a file whose field names are all empty) have
+    // nothing to write: they are the one thing a save can't keep.
+    bool stored = false;
+    for (int f = 0; f < table->FieldCount(); ++f) stored |= table->Fields(f).FieldKind() == TFieldKind::fkData;
+    FUZZ_CHECK(copy->RowCount() == (stored ? table->RowCount() : 0));
     std::string twice;
     copy->SaveToStream(twice);
     FUZZ_CHECK(twice == once);
