@@ -57,6 +57,8 @@ protected:
     void TearDown() override {
         std::error_code ec;
         fs::permissions(dir_, fs::perms::all, ec);
+        for (const auto& e : fs::recursive_directory_iterator(dir_, ec))
+            if (e.is_directory(ec) && !e.is_symlink(ec)) fs::permissions(e.path(), fs::perms::all, ec);
         fs::remove_all(dir_, ec);
     }
 
