@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, configures, builds and runs every test.
 # PRESET=sanitize runs the same tests under AddressSanitizer and UndefinedBehaviorSanitizer.
+# After the default run, scripts/test-extra.sh runs the sanitizers and the fuzz targets.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 preset="${PRESET:-default}"
@@ -8,5 +9,6 @@ bash scripts/deps.sh
 cmake --preset "$preset"
 cmake --build --preset "$preset" -j "$(nproc)"
 ctest --preset "$preset" -j "$(nproc)"
+[ "$preset" != default ] || bash scripts/test-extra.sh
 # The Windows build and its tests under Wine (bash scripts/test-windows.sh): off until the six
-# failures after the merge of the reports work are mended (report of issue 12).
+# Windows tests that fail since the reports landed (templates, the setup file list) are mended.

@@ -5,7 +5,7 @@
 //       read into the system's table of that name; without it, the columns come from the file.
 //   corvelle-table write --table NAME FILE
 //       Reads rows as JSON objects, one a line, from standard input and saves them to FILE as
-//       the table of that name.
+//       the table of that name. The old file is replaced whole or not at all.
 //
 // Exit status: 0 done; 1 the file couldn't be read or written, or the input is bad (nothing is
 // written then); 2 the command line is wrong.
@@ -20,6 +20,7 @@
 
 #include "store/MemData.h"
 #include "store/TableJson.h"
+#include "store/TableJsonInput.h"
 #include "store/Tables.h"
 
 namespace {
@@ -103,89 +104,14 @@ int Dump(const Options& o) {
     return 0;
 }
 
-bool Blank(const std::string& line) {
-    return line.find_first_not_of(" \t\r\n\f\v") == std::string::npos;
-}
-
-// Numbering of the auto-increment fields (ID) in the written file. A row that gives a value keeps
-// it, also one below the highest so far (a table's Post would number such a row anew, but a file
-// written from rows must hold the rows as given, or references to the IDs break); a row without
-// one gets the highest so far plus 1.
-class IdNumbering {
-public:
-    explicit IdNumbering(const TdxMemData& table) {
-        for (int i = 0; i < table.FieldCount(); ++i) {
-            const TField& f = table.Fields(i);
-            if (f.FieldKind() == TFieldKind::fkData && f.DataType() == TFieldType::ftAutoInc)
-                fields_.push_back({&f, 0});
-        }
-    }
-
-    // Puts the number into a row that has none; notes the highest given.
-    void Number(const TdxMemData& table, nlohmann::ordered_json& row) {
-        if (!row.is_object()) return;  // JsonToRow reports it
-        for (Entry& e : fields_) {
-            std::string key = e.field->FieldName();
-            for (const auto& item : row.items())
-                if (table.FindField(item.key()) == e.field) key = item.key();
-            auto it = row.find(key);
-            if (it == row.end() || it->is_null()) {
-                row[key] = ++e.highest;
-            } else {
-                const int64_t given = JsonToValue(*e.field, *it).AsInt64();  // raises when no integer
-                if (given > e.highest) e.highest = given;
-            }
-        }
-    }
-
-    // After Post: puts back a given value that the table numbered anew.
-    void Restore(TdxMemData& table, const nlohmann::ordered_json& row) {
-        bool editing = false;
-        for (const Entry& e : fields_) {
-            for (const auto& item : row.items()) {
-                if (table.FindField(item.key()) != e.field) continue;
-                Variant given = JsonToValue(*e.field, item.value());
-                if (given == e.field->Value()) continue;
-                if (!editing) table.Edit();
-                editing = true;
-                TField& f = table.FieldByName(e.field->FieldName());
-                f.SetValue(given);
-            }
-        }
-        if (editing) table.Post();
-    }
-
-private:
-    struct Entry {
-        const TField* field;
-        int64_t highest;
-    };
-    std::vector<Entry> fields_;
-};
-
 int Write(const Options& o) {
     std::unique_ptr<TdxMemData> table = MakeTable(*o.table);
     table->Open();
-    IdNumbering ids(*table);
-
-    std::string line;
-    long lineNo = 0;
-    while (std::getline(std::cin, line)) {
-        ++lineNo;
-        if (Blank(line)) continue;
-        try {
-            nlohmann::ordered_json row = ParseJsonLine(line);
-            ids.Number(*table, row);
-            table->Append();
-            JsonToRow(*table, row);
-            table->Post();
-            ids.Restore(*table, row);
-        } catch (const std::exception& e) {
-            return Fail("line " + std::to_string(lineNo) + ": " + e.what());
-        }
+    try {
+        ReadJsonRows(std::cin, *table);
+    } catch (const std::exception& e) {
+        return Fail(e.what());
     }
-    if (std::cin.bad()) return Fail("cannot read the input");
-
     try {
         table->SaveToBinaryFile(o.file);
     } catch (const std::exception& e) {

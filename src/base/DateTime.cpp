@@ -38,13 +38,13 @@ void CivilFromDays(int64_t z, int& y, int& m, int& d) {
 const int64_t kEpochShift = DaysFromCivil(1899, 12, 30);
 
 // Whole days and milliseconds of the day of a TDateTime. A negative value keeps its time of day
-// as a positive fraction, as the date type has always done.
-void Split(TDateTime dt, int64_t& days, int& msec) {
-    if (!std::isfinite(dt)) {
-        days = 0;
-        msec = 0;
-        return;
-    }
+// as a positive fraction, as the date type has always done. False for a date whose day number
+// doesn't fit a time stamp.
+bool TrySplit(TDateTime dt, int64_t& days, int& msec) {
+    days = 0;
+    msec = 0;
+    if (!std::isfinite(dt)) return true;
+    if (std::fabs(dt) > 4e9) return false;  // far beyond the time stamp's days, and any int64's
     double whole = std::trunc(dt);
     double frac = std::fabs(dt - whole);
     auto ms = static_cast<int64_t>(std::llround(frac * MSecsPerDay));
@@ -52,8 +52,16 @@ void Split(TDateTime dt, int64_t& days, int& msec) {
         ms -= MSecsPerDay;
         whole += dt < 0 ? -1 : 1;
     }
-    days = static_cast<int64_t>(whole);
+    const auto d = static_cast<int64_t>(whole);
+    if (d + DateDelta > INT32_MAX || d + DateDelta < INT32_MIN) return false;
+    days = d;
     msec = static_cast<int>(ms);
+    return true;
+}
+
+// As TrySplit; a date that doesn't split raises EConvertError.
+void Split(TDateTime dt, int64_t& days, int& msec) {
+    if (!TrySplit(dt, days, msec)) throw EConvertError("Date value out of range: " + std::to_string(dt));
 }
 
 std::string Pad(int v, int width) {
@@ -252,6 +260,12 @@ bool Numbers(std::string_view text, char sep, std::vector<int>& nums) {
 }
 
 }  // namespace
+
+bool SplittableDate(TDateTime dt) {
+    int64_t days;
+    int ms;
+    return TrySplit(dt, days, ms);
+}
 
 bool IsLeapYear(int year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
 

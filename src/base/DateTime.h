@@ -27,6 +27,11 @@ TDateTime IncDay(TDateTime dt, int days);
 // Outlook's value for "no date", 1 January 4501.
 TDateTime NoCompletionDate();
 
+// Whether a date splits into a day and a time of day: its day number must fit a time stamp.
+// Splitting one that doesn't (DecodeDate, DateOf, DateTimeToTimeStamp, the formats) raises
+// EConvertError. Values that aren't finite split as 0, as they always have.
+bool SplittableDate(TDateTime dt);
+
 // Day number (1 January of year 1 = day 1) and milliseconds of the day.
 struct TTimeStamp {
     int32_t date = 0;

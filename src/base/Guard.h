@@ -17,15 +17,18 @@ bool Swallow(Body&& body) noexcept {
     }
 }
 
-// Runs body; an exception it throws goes to onError(const ExceptionInfo&), itself guarded.
+// Runs body; an exception it throws goes to onError(const ExceptionInfo&). An exception that
+// the handler itself raises (a log that can't be opened) takes the place of the first and
+// reaches the caller, as it would from any exception handler.
 template <class Body, class Handler>
-bool Guarded(Body&& body, Handler&& onError) noexcept {
+bool Guarded(Body&& body, Handler&& onError) {
+    ExceptionInfo info;
     try {
         std::forward<Body>(body)();
         return true;
     } catch (...) {
-        ExceptionInfo info = DescribeException(std::current_exception());
-        Swallow([&] { onError(info); });
-        return false;
+        info = DescribeException(std::current_exception());
     }
+    onError(info);
+    return false;
 }

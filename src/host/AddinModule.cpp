@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "base/Clock.h"
 #include "base/Guard.h"
 #include "filing/uAppointments.h"
 #include "filing/uContacts.h"
@@ -13,6 +14,7 @@
 #include "filing/uNotes.h"
 #include "host/Items.h"
 #include "platform/System.h"
+#include "store/TableFile.h"
 #include "store/Tables.h"
 #include "support/FileLogger.h"
 #include "support/ufmAbout.h"
@@ -376,9 +378,16 @@ bool FileExists(const std::string& path) {
 void TAddInModule::LoadTable(TdxMemData& table, const std::string& path, const char* failureMessage) {
     table.DisableControls();
     if (FileExists(path)) {
+        // A file that fails to load, or loads short, is kept from the save that would replace
+        // it; something that is no file is left where it is.
+        auto noteDamaged = [&] {
+            if (IsRegularTableFile(path)) damagedFiles_.insert(path);
+        };
         try {
             table.LoadFromBinaryFile(path);
+            if (!table.LoadedWhole()) noteDamaged();
         } catch (...) {
+            noteDamaged();
             Dialogs().ShowMessage(failureMessage);
         }
     }
@@ -424,11 +433,13 @@ void TAddInModule::LoadNotes() {
     Swallow([this] { LoadTable(MemDataNotes, vars_.NotesPath, "Unable to load notes."); });
 }
 
-void TAddInModule::SaveTable(TdxMemData& table, const std::string& path, const char* failureMessage) {
+void TAddInModule::SaveTable(TdxMemData& table, const std::string& path, const char* routine,
+                             const char* failureMessage) {
     Swallow([&] {
         // A table that shows no row is not written, and its old file stays.
         if (table.RecordCount() <= 0) return;
         try {
+            KeepDamagedFile(path, routine);
             table.SaveToBinaryFile(path);
         } catch (...) {
             if (failureMessage) Dialogs().ShowMessage(failureMessage);
@@ -436,23 +447,40 @@ void TAddInModule::SaveTable(TdxMemData& table, const std::string& path, const c
     });
 }
 
+// A file that failed to load, or loaded short, goes aside before the first save over it, and
+// the day log says where. The log line changes nothing of the save when the log can't be had.
+void TAddInModule::KeepDamagedFile(const std::string& path, const char* routine) {
+    auto damaged = damagedFiles_.find(path);
+    if (damaged == damagedFiles_.end()) return;
+    if (IsRegularTableFile(path)) {
+        const std::string kept = KeepDamagedTableFile(path, Date());  // raises: the save fails
+        Swallow([&] {
+            LogInfo(std::string("TAddInModule.") + routine + ": the damaged file \"" + path +
+                    "\" was kept as \"" + kept + "\"");
+        });
+    }
+    damagedFiles_.erase(damaged);
+}
+
 void TAddInModule::SaveTasks() {
-    SaveTable(MemDataTasks, vars_.TasksPath,
+    SaveTable(MemDataTasks, vars_.TasksPath, "SaveTasks",
               "Corvelle does not have permission to save your tasks to the directory in which you "
               "installed it. Please read the installation instructions");
 }
 
 void TAddInModule::SaveTime() {
-    SaveTable(MemDataTime, vars_.TimePath,
+    SaveTable(MemDataTime, vars_.TimePath, "SaveTime",
               "Corvelle does not have permission to save your time to the directory in which you "
               "installed it. Please read the  setup instructions");
 }
 
-void TAddInModule::SaveEmails() { SaveTable(MemDataEmails, vars_.EmailsPath, nullptr); }
-void TAddInModule::SaveContacts() { SaveTable(MemDataContacts, vars_.ContactsPath, nullptr); }
-void TAddInModule::SaveDistLists() { SaveTable(MemDataDistLists, vars_.DistlistsPath, nullptr); }
-void TAddInModule::SaveAppointments() { SaveTable(MemDataAppointments, vars_.AppointmentsPath, nullptr); }
-void TAddInModule::SaveNotes() { SaveTable(MemDataNotes, vars_.NotesPath, nullptr); }
+void TAddInModule::SaveEmails() { SaveTable(MemDataEmails, vars_.EmailsPath, "SaveEmails", nullptr); }
+void TAddInModule::SaveContacts() { SaveTable(MemDataContacts, vars_.ContactsPath, "SaveContacts", nullptr); }
+void TAddInModule::SaveDistLists() { SaveTable(MemDataDistLists, vars_.DistlistsPath, "SaveDistLists", nullptr); }
+void TAddInModule::SaveAppointments() {
+    SaveTable(MemDataAppointments, vars_.AppointmentsPath, "SaveAppointments", nullptr);
+}
+void TAddInModule::SaveNotes() { SaveTable(MemDataNotes, vars_.NotesPath, "SaveNotes", nullptr); }
 
 void TAddInModule::ClosePane(std::initializer_list<TdxMemData*> tables,
                              std::initializer_list<SaveRoutine> saves) {

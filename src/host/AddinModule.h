@@ -5,6 +5,7 @@
 // from their files, and saves a table when its pane closes.
 #include <initializer_list>
 #include <memory>
+#include <set>
 #include <string>
 
 #include "framework/AddInModule.h"
@@ -104,9 +105,12 @@ private:
     void DefinePanes();
     void DefineRibbon();
     void LoadTable(TdxMemData& table, const std::string& path, const char* failureMessage);
-    void SaveTable(TdxMemData& table, const std::string& path, const char* failureMessage);
+    void SaveTable(TdxMemData& table, const std::string& path, const char* routine, const char* failureMessage);
+    void KeepDamagedFile(const std::string& path, const char* routine);
 
     std::unique_ptr<TItems> mailItems_;
+    // Table files that failed to load or loaded short, kept aside at the first save over them.
+    std::set<std::string> damagedFiles_;
     // Last, so that the forms go before the tables they show.
     TModuleGlobals vars_;
 };

@@ -13,6 +13,16 @@ namespace {
 
 const TCell kNoValue{};
 
+std::string UpperName(std::string_view name) {
+    std::string key(name);
+    for (char& c : key)
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 32);
+    return key;
+}
+
+// Tables with more fields than this find them by the name index, fewer by a plain walk.
+constexpr size_t kFieldsWalked = 32;
+
 bool SameName(std::string_view a, std::string_view b) {
     if (a.size() != b.size()) return false;
     for (size_t i = 0; i < a.size(); ++i) {
@@ -213,6 +223,8 @@ TCell TField::VariantToCell(const Variant& v) const {
 
 std::string TField::CellDisplayText(const TCell& c) const {
     if (std::holds_alternative<std::monostate>(c)) return "";
+    // A date beyond the calendar (read so from a damaged file) shows as its plain day count.
+    if (IsDateKind(type_) && !SplittableDate(std::get<double>(c))) return FloatToShortest(std::get<double>(c));
     switch (type_) {
         case TFieldType::ftDate: return DateToStr(std::get<double>(c));
         case TFieldType::ftTime: return TimeToStr(std::get<double>(c));
@@ -263,6 +275,7 @@ TField& TdxMemData::AddField(std::string name, TFieldType type, int size, TField
     if (size < 0) size = 0;
     int index = static_cast<int>(fields_.size());
     fields_.push_back(std::unique_ptr<TField>(new TField(this, std::move(name), type, size, kind, index)));
+    fieldsByName_.emplace(UpperName(fields_.back()->FieldName()), index);
     highest_.push_back(0);
     for (Row& r : rows_) r.cells.emplace_back();
     RowsChanged();
@@ -271,6 +284,10 @@ TField& TdxMemData::AddField(std::string name, TFieldType type, int size, TField
 }
 
 TField* TdxMemData::FindField(std::string_view name) const {
+    if (fields_.size() > kFieldsWalked) {
+        auto it = fieldsByName_.find(UpperName(name));
+        return it == fieldsByName_.end() ? nullptr : fields_[static_cast<size_t>(it->second)].get();
+    }
     for (const auto& f : fields_)
         if (SameName(f->FieldName(), name)) return f.get();
     return nullptr;
@@ -581,18 +598,31 @@ void TdxMemData::Cancel() {
 }
 
 void TdxMemData::AssignAutoInc(Row& row) {
-    for (size_t i = 0; i < fields_.size(); ++i) {
-        const TField& f = *fields_[i];
-        if (!f.IsAutoInc()) continue;
-        TCell& c = row.cells[i];
-        const int64_t* v = std::get_if<int64_t>(&c);
-        bool keepAsGiven = loadFlag_ || (copyFlag_ && f.DataType() == TFieldType::ftAutoInc);
-        if (v && *v > highest_[i]) {
-            highest_[i] = *v;
-        } else if (v && keepAsGiven) {
-            // kept as it stands
-        } else {
-            c = TCell{++highest_[i]};
+    // Every field is checked before the first is numbered, so a row that can't be numbered is
+    // left as it was.
+    for (int pass = 0; pass < 2; ++pass) {
+        for (size_t i = 0; i < fields_.size(); ++i) {
+            const TField& f = *fields_[i];
+            if (!f.IsAutoInc()) continue;
+            TCell& c = row.cells[i];
+            const int64_t* v = std::get_if<int64_t>(&c);
+            bool keepAsGiven = loadFlag_ || (copyFlag_ && f.DataType() == TFieldType::ftAutoInc);
+            if (v && *v > highest_[i]) {
+                if (pass == 1) highest_[i] = *v;
+            } else if (v && keepAsGiven) {
+                // kept as it stands
+            } else {
+                int64_t lo, hi;
+                IntegerRange(f.DataType(), lo, hi);
+                if (highest_[i] < hi) {
+                    if (pass == 1) c = TCell{++highest_[i]};
+                } else if (!loadFlag_) {
+                    // The counter stands at the top of its kind: there is no next number.
+                    throw EDatabaseError(name_ + ": field '" + f.FieldName() + "' has reached " +
+                                         std::to_string(hi) + ", the largest value it can hold");
+                }
+                // A row read from a file keeps no value rather than one its field can't hold.
+            }
         }
     }
 }
@@ -650,8 +680,8 @@ void TdxMemData::Post() {
         }
     } else {
         RowsChanged();
+        AssignAutoInc(pending_);  // may raise, and then the new row stays pending
         Row row = std::move(pending_);
-        AssignAutoInc(row);
         row.bookmark = ++lastBookmark_;
         int at = insertAt_;
         if (sorted || at >= 0) {

@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <variant>
 #include <vector>
 
@@ -230,7 +231,12 @@ public:
     void SaveToStream(std::string& out);
     void LoadFromStream(const std::string& bytes);
     void SaveToBinaryFile(const std::string& path);
+    // The file is read only when it is a regular file (a link to one is followed); it is
+    // replaced whole by a save, never left torn (see store/TableFile.h).
     void LoadFromBinaryFile(const std::string& path);
+    // Whether the last load read its stream whole: false after a load that stopped short (a cut
+    // or damaged record, a header that makes no sense) or raised.
+    bool LoadedWhole() const { return loadedWhole_; }
     void CreateFieldsFromStream(const std::string& bytes);
     void CreateFieldsFromBinaryFile(const std::string& path);
     void LoadFromDataSet(TdxMemData* source);
@@ -296,6 +302,7 @@ private:
 
     std::string name_;
     std::vector<std::unique_ptr<TField>> fields_;
+    std::unordered_map<std::string, int> fieldsByName_;  // by the name in capitals
     std::vector<Row> rows_;
     std::vector<int> filterList_;
     uint64_t rowsVersion_ = 0;
@@ -315,6 +322,7 @@ private:
     bool bof_ = true;
     bool eof_ = true;
     bool loadFlag_ = false;
+    bool loadedWhole_ = true;
     bool copyFlag_ = false;  // LoadFromDataSet: AutoInc values are copied as they stand
     bool isFiltered_ = false;
     bool programmedFilter_ = false;

@@ -1,16 +1,18 @@
 // The table file: "Ver", the format version as a double, the field descriptors, then the
 // records to the end of the stream. The writer produces version 1.91; the reader takes every
 // older version too. A damaged stream never raises, except for a field name longer than 255
-// bytes: a short read ends the load, and the rows read before it stay.
-#include <cerrno>
+// bytes: a short read ends the load, and the rows read before it stay. Every length, count and
+// size read from the stream is checked against the bytes that remain before anything is made of
+// it, so a stream can't make the reader allocate or loop beyond what it holds.
 #include <cmath>
-#include <cstdio>
+#include <cstdint>
 #include <cstring>
-#include <filesystem>
+#include <utility>
 
 #include "base/Exceptions.h"
 #include "platform/Text.h"
 #include "store/MemData.h"
+#include "store/TableFile.h"
 
 namespace {
 
@@ -51,6 +53,20 @@ bool IsOrdinalKind(TFieldType t) {
         case TFieldType::ftShortint:
         case TFieldType::ftByte: return true;
         default: return false;
+    }
+}
+
+// The numbers a field of an ordinal kind holds.
+std::pair<int64_t, int64_t> OrdinalRange(TFieldType t) {
+    switch (t) {
+        case TFieldType::ftBoolean: return {0, 1};
+        case TFieldType::ftSmallint: return {INT16_MIN, INT16_MAX};
+        case TFieldType::ftWord: return {0, UINT16_MAX};
+        case TFieldType::ftShortint: return {INT8_MIN, INT8_MAX};
+        case TFieldType::ftByte: return {0, UINT8_MAX};
+        case TFieldType::ftLongWord: return {0, UINT32_MAX};
+        case TFieldType::ftLargeint: return {INT64_MIN, INT64_MAX};
+        default: return {INT32_MIN, INT32_MAX};  // Integer, AutoInc
     }
 }
 
@@ -122,42 +138,46 @@ struct Descriptor {
     TField* field = nullptr;
 };
 
-enum class HeaderResult { Ok, Nothing };
+// Ok: descriptors follow. Empty: a stream with no fields at all, read to its end. Damaged: the
+// header is cut or makes no sense, and the load ends with nothing loaded.
+enum class HeaderResult { Ok, Empty, Damaged };
 
 struct Header {
     double version = 0;
     std::vector<Descriptor> descriptors;
 };
 
-// Reads the version and the descriptors. A short read or an unknown kind gives Nothing; a name
+// Reads the version and the descriptors. A short read or an unknown kind gives Damaged; a name
 // longer than 255 bytes raises.
 HeaderResult ReadHeader(Reader& r, Header& h, const std::string& tableName) {
     std::string magic;
-    if (!r.Bytes(3, magic)) return HeaderResult::Nothing;
+    if (r.AtEnd()) return HeaderResult::Empty;
+    if (!r.Bytes(3, magic)) return HeaderResult::Damaged;
     if (magic == "Ver") {
-        if (!r.Get(h.version)) return HeaderResult::Nothing;
+        if (!r.Get(h.version)) return HeaderResult::Damaged;
         if (!(h.version >= 1.0)) h.version = 1.0;  // below 1.0, and no number at all, count as 1.0
     } else {
         r.Seek(0);
         h.version = 0;
     }
     int32_t count;
-    if (!r.Get(count)) return HeaderResult::Nothing;
-    if (count <= 0) return HeaderResult::Nothing;
+    if (!r.Get(count)) return HeaderResult::Damaged;
+    if (count == 0 && r.AtEnd()) return HeaderResult::Empty;
+    if (count <= 0) return HeaderResult::Damaged;
     for (int32_t i = 0; i < count; ++i) {
         Descriptor d;
         int16_t code, nameLength;
-        if (!r.Get(d.size) || !r.Get(code) || !r.Get(nameLength)) return HeaderResult::Nothing;
+        if (!r.Get(d.size) || !r.Get(code) || !r.Get(nameLength)) return HeaderResult::Damaged;
         if (nameLength > 255) throw EDatabaseError(tableName + ": Invalid field name length " + std::to_string(nameLength));
-        if (nameLength < 1) return HeaderResult::Nothing;
+        if (nameLength < 1) return HeaderResult::Damaged;
         std::string raw;
-        if (!r.Bytes(static_cast<size_t>(nameLength), raw)) return HeaderResult::Nothing;
+        if (!r.Bytes(static_cast<size_t>(nameLength), raw)) return HeaderResult::Damaged;
         size_t zero = raw.find('\0');
         if (zero != std::string::npos) raw.resize(zero);
-        if (code < 1 || code > 29) return HeaderResult::Nothing;
+        if (code < 1 || code > 29) return HeaderResult::Damaged;
         d.type = static_cast<TFieldType>(code);
         if (d.size < 0 || (!IsStringKind(d.type) && !IsBlobKind(d.type) && d.size > 64))
-            return HeaderResult::Nothing;
+            return HeaderResult::Damaged;
         d.name = platform::AnsiToUtf8(raw);
         h.descriptors.push_back(std::move(d));
     }
@@ -284,11 +304,24 @@ bool ReadValue(Reader& r, const Descriptor& d, double version, TCell& cell) {
         }
         case TFieldType::ftDateTime:
         case TFieldType::ftTimeStamp: {
+            // Taken as it stands, in doubles, however far beyond the calendar it lies: only its
+            // use (its split into a date) can fail.
             double ms = real();
-            if (!std::isfinite(ms) || std::fabs(ms) > 1e15) return true;
+            if (!std::isfinite(ms)) return true;
+            const double plain = ms / MSecsPerDay - DateDelta;
+            if (!SplittableDate(plain)) {
+                cell = plain;  // no calendar day: the writer turns it back the same way
+                break;
+            }
             double day = std::floor(ms / MSecsPerDay);
-            auto msOfDay = static_cast<int32_t>(std::llround(ms - day * MSecsPerDay));
-            cell = TimeStampToDateTime({static_cast<int32_t>(day), msOfDay});
+            double msOfDay = std::nearbyint(ms - day * MSecsPerDay);
+            if (msOfDay >= MSecsPerDay) {
+                msOfDay -= MSecsPerDay;
+                day += 1;
+            }
+            double days = day - DateDelta;
+            double frac = msOfDay / MSecsPerDay;
+            cell = days < 0 ? days - frac : days + frac;
             break;
         }
         case TFieldType::ftFloat:
@@ -309,6 +342,12 @@ bool ReadValue(Reader& r, const Descriptor& d, double version, TCell& cell) {
 TCell Convert(const Descriptor& d, TCell cell, const TField& f) {
     if (std::holds_alternative<std::monostate>(cell)) return cell;
     if (f.DataType() == d.type) {
+        if (auto* i = std::get_if<int64_t>(&cell); i && IsOrdinalKind(f.DataType())) {
+            // Read at the descriptor's width, which may be wider than the kind: a number the
+            // field can't hold gives no value.
+            const auto [lo, hi] = OrdinalRange(f.DataType());
+            return *i < lo || *i > hi ? TCell{} : cell;
+        }
         if (auto* s = std::get_if<std::string>(&cell)) {
             // Text longer than the field keeps its first Size bytes (characters for wide text).
             if (IsStringKind(f.DataType()) && f.DataType() != TFieldType::ftWideString &&
@@ -400,29 +439,17 @@ void WriteValue(Writer& w, const TField& f, const TCell& cell) {
         case TFieldType::ftTime: w.Put(DateTimeToTimeStamp(std::get<double>(cell)).time); break;
         case TFieldType::ftDateTime:
         case TFieldType::ftTimeStamp: {
-            TTimeStamp ts = DateTimeToTimeStamp(std::get<double>(cell));
-            w.Put(static_cast<double>(ts.date) * MSecsPerDay + ts.time);
+            const double dt = std::get<double>(cell);
+            if (SplittableDate(dt)) {
+                TTimeStamp ts = DateTimeToTimeStamp(dt);
+                w.Put(static_cast<double>(ts.date) * MSecsPerDay + ts.time);
+            } else {
+                w.Put((dt + DateDelta) * MSecsPerDay);  // beyond the calendar, as it was read
+            }
             break;
         }
         default: w.Put(std::get<double>(cell)); break;
     }
-}
-
-std::string ReadWholeFile(const std::string& path) {
-    std::error_code ec;
-    if (std::filesystem::is_directory(path, ec))
-        throw EFOpenError("Cannot open file \"" + path + "\". Is a directory");
-    std::FILE* f = std::fopen(path.c_str(), "rb");
-    if (!f) throw EFOpenError("Cannot open file \"" + path + "\". " + std::strerror(errno));
-    std::string data;
-    char buf[65536];
-    size_t n;
-    while ((n = std::fread(buf, 1, sizeof buf, f)) > 0) data.append(buf, n);
-    bool failed = std::ferror(f) != 0;
-    int err = errno;
-    std::fclose(f);
-    if (failed) throw EFOpenError("Cannot open file \"" + path + "\". " + std::strerror(err));
-    return data;
 }
 
 }  // namespace
@@ -445,10 +472,12 @@ public:
 
 class TMemDataReader {
 public:
-    static void Load(TdxMemData& t, const std::string& bytes) {
+    // True when the stream was read whole: to its end, with no record cut short.
+    static bool Load(TdxMemData& t, const std::string& bytes) {
         Reader r(bytes);
         Header h;
-        if (ReadHeader(r, h, t.Name()) != HeaderResult::Ok) return;
+        const HeaderResult header = ReadHeader(r, h, t.Name());
+        if (header != HeaderResult::Ok) return header == HeaderResult::Empty;
         for (Descriptor& d : h.descriptors) {
             TField* f = t.FindField(d.name);
             d.field = f && f->FieldKind() == TFieldKind::fkData ? f : nullptr;
@@ -466,11 +495,12 @@ public:
                 }
                 if (d.field) row.cells[static_cast<size_t>(d.field->Index())] = Convert(d, std::move(cell), *d.field);
             }
-            if (!complete) break;  // the partly read record is dropped
+            if (!complete) return false;  // the partly read record is dropped
             row.cells[0] = static_cast<int64_t>(t.rows_.size()) + 1;
             t.AssignAutoInc(row);
             t.rows_.push_back(std::move(row));
         }
+        return true;
     }
 
     static void CreateFields(TdxMemData& t, const std::string& bytes) {
@@ -489,10 +519,11 @@ void TdxMemData::SaveToStream(std::string& out) { TMemDataWriter::Save(*this, ou
 void TdxMemData::LoadFromStream(const std::string& bytes) {
     DisableControls();
     loadFlag_ = true;
+    loadedWhole_ = false;
     try {
         Close();
         Open();
-        TMemDataReader::Load(*this, bytes);
+        loadedWhole_ = TMemDataReader::Load(*this, bytes);
     } catch (...) {
         FinishLoad();
         throw;
@@ -523,19 +554,10 @@ void TdxMemData::SaveToBinaryFile(const std::string& path) {
     if (!Active()) return;
     std::string data;
     SaveToStream(data);
-    std::FILE* f = std::fopen(path.c_str(), "wb");
-    if (!f) throw EFCreateError("Cannot create file \"" + path + "\". " + std::strerror(errno));
-    size_t written = data.empty() ? 0 : std::fwrite(data.data(), 1, data.size(), f);
-    bool failed = written != data.size();
-    int err = errno;
-    if (std::fclose(f) != 0 && !failed) {
-        failed = true;
-        err = errno;
-    }
-    if (failed) throw EInOutError("Cannot write file \"" + path + "\". " + std::strerror(err));
+    ReplaceTableFile(path, data);
 }
 
-void TdxMemData::LoadFromBinaryFile(const std::string& path) { LoadFromStream(ReadWholeFile(path)); }
+void TdxMemData::LoadFromBinaryFile(const std::string& path) { LoadFromStream(ReadTableFile(path)); }
 
 void TdxMemData::CreateFieldsFromStream(const std::string& bytes) {
     Close();
@@ -543,5 +565,5 @@ void TdxMemData::CreateFieldsFromStream(const std::string& bytes) {
 }
 
 void TdxMemData::CreateFieldsFromBinaryFile(const std::string& path) {
-    CreateFieldsFromStream(ReadWholeFile(path));
+    CreateFieldsFromStream(ReadTableFile(path));
 }

@@ -189,6 +189,9 @@ int NestingDepth(std::string_view text) {
 }  // namespace
 
 ordered_json ParseJsonLine(std::string_view text) {
+    // The parser would take a NUL byte for the end of the text and ignore what follows it.
+    if (const size_t nul = text.find('\0'); nul != std::string_view::npos)
+        throw EConvertError("bad JSON: column " + std::to_string(nul + 1) + ": a NUL byte");
     if (NestingDepth(text) > kMaxDepth) throw EConvertError("bad JSON: nested too deeply");
     try {
         return ordered_json::parse(text);

@@ -32,7 +32,7 @@ nlohmann::ordered_json RowToJson(const TdxMemData& table, int row);
 std::string JsonLine(const nlohmann::ordered_json& value);
 
 // Parses one line of JSON text. Bad JSON raises EConvertError ("bad JSON: column 5: ..."), as
-// does nesting deeper than 64 levels, which no row has.
+// do a NUL byte anywhere in it and nesting deeper than 64 levels, which no row has.
 nlohmann::ordered_json ParseJsonLine(std::string_view text);
 
 // The value that the JSON form stands for in a field of that kind: null gives a null Variant.

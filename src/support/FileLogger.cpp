@@ -150,14 +150,7 @@ void TFileLog::SetEnabled(bool value) {
     enabled_ = value;
 }
 
-void LogInfo(std::string_view text) {
-    Swallow([&] { TFileLog::CurrentInstance().LogInfo(text); });
-}
-
-void LogError(std::string_view text) {
-    Swallow([&] { TFileLog::CurrentInstance().LogError(text); });
-}
-
-void LogDebug(std::string_view text) {
-    Swallow([&] { TFileLog::CurrentInstance().LogDebug(text); });
-}
+// A failed write is swallowed inside the entry; a log that can't be opened raises to the caller.
+void LogInfo(std::string_view text) { TFileLog::CurrentInstance().LogInfo(text); }
+void LogError(std::string_view text) { TFileLog::CurrentInstance().LogError(text); }
+void LogDebug(std::string_view text) { TFileLog::CurrentInstance().LogDebug(text); }

@@ -51,7 +51,10 @@ private:
     static std::unique_ptr<TFileLog> instance_;
 };
 
-// Shorthands for the system's callers.
+// Shorthands for the system's callers: TFileLog::CurrentInstance() and the entry. The log is
+// opened at the first entry of the process; when it can't be, the entry raises as
+// CurrentInstance does, and a caller in an exception handler gets that exception in place of its
+// own. A failed write of an entry never reaches the caller.
 void LogInfo(std::string_view text);
 void LogError(std::string_view text);
 void LogDebug(std::string_view text);

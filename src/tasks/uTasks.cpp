@@ -1,6 +1,7 @@
 #include "tasks/uTasks.h"
 
 #include <cstdio>
+#include <limits>
 #include <vector>
 
 #include "base/Clock.h"
@@ -151,6 +152,9 @@ int GetMaxNumber(int ParentID) {
             max = t.FieldByName("Number").AsInteger();
         t.Next();
     }
+    // Every caller proposes the number after it; a damaged file's largest number has none.
+    if (max == std::numeric_limits<int>::max())
+        throw EConvertError("Task number " + std::to_string(max) + " has no next number");
     return max;
 }
 

@@ -22,6 +22,8 @@ void DeleteOutlookTask(const std::string& EntryID);
 // Asks, then deletes the focused task and its shown descendants.
 void DeleteTask();
 
+// The highest Number among the parent's children, 0 when it has none. EConvertError when it is
+// the largest integer, which has no next number to propose.
 int GetMaxNumber(int ParentID);
 bool NumberExists(int ParentID, int Number);
 // 0: no such name under the parent; 1: an open task has it; 2: a completed one (FoundTaskID).

@@ -76,8 +76,13 @@ TEST(Guard, SwallowsEverythingAndReportsWhenAsked) {
     Guarded([] { throw EIntfCastError("Interface not supported"); },
             [&](const ExceptionInfo& e) { seen = e.className + ": " + e.message; });
     EXPECT_EQ(seen, "EIntfCastError: Interface not supported");
-    // A handler that throws is itself swallowed.
-    EXPECT_FALSE(Guarded([] { throw Exception("a"); }, [](const ExceptionInfo&) { throw Exception("b"); }));
+    // A handler that throws passes its own exception on, in place of the first.
+    try {
+        Guarded([] { throw Exception("a"); }, [](const ExceptionInfo&) { throw EFCreateError("b"); });
+        FAIL();
+    } catch (const EFCreateError& e) {
+        EXPECT_EQ(e.Message(), "b");
+    }
 }
 
 TEST(Text, CodePageAndCollation) {

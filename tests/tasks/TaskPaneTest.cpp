@@ -171,6 +171,9 @@ TEST_F(TaskTest, NumbersCountCompletedSiblingsAndGiveADeletedHighestAgain) {
     Tasks().Delete();
     EXPECT_EQ(GetMaxNumber(-1) + 1, 6);
     EXPECT_EQ(GetMaxNumber(five) + 1, 1);
+    // A damaged file's largest number has no next one to propose.
+    Make(five, 2147483647, "last");
+    EXPECT_THROW(GetMaxNumber(five), EConvertError);
 }
 
 TEST_F(TaskTest, TheCompletedTaskFilterKeepsOpenTasksAndThoseCompletedWithinTheDays) {

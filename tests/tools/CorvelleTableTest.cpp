@@ -231,6 +231,13 @@ TEST_F(CorvelleTableTest, DamagedFilesLoadWhatTheyCan) {
     RunResult missing = Tool("dump " + File("Missing.bin"));
     EXPECT_EQ(missing.exitCode, 1);
     EXPECT_NE(missing.err.find("Missing.bin"), std::string::npos) << missing.err;
+
+    // A device of endless zeros is no table file, and is not read.
+    for (const char* args : {"dump --table Emails ", "dump "}) {
+        RunResult zeros = Tool(std::string(args) + "/dev/zero");
+        EXPECT_EQ(zeros.exitCode, 1) << args;
+        EXPECT_EQ(zeros.err, "corvelle-table: Cannot open file \"/dev/zero\". Not a regular file\n") << args;
+    }
 }
 
 TEST_F(CorvelleTableTest, BadInputWritesNothing) {
@@ -251,9 +258,21 @@ TEST_F(CorvelleTableTest, BadInputWritesNothing) {
 
     // Hostile nesting is refused, not followed down the stack.
     RunResult deep = Tool("write --table Tasks " + File("Tasks.bin"),
-                          "{\"Description\":" + std::string(100000, '[') + std::string(100000, ']') + "}\n");
+                          "{\"Description\":" + std::string(1000, '[') + std::string(1000, ']') + "}\n");
     EXPECT_EQ(deep.exitCode, 1);
     EXPECT_NE(deep.err.find("line 1: bad JSON: nested too deeply"), std::string::npos) << deep.err;
+
+    // A line longer than any row of the table is refused by its number, before it is read whole.
+    RunResult endless = Tool("write --table Tasks " + File("Tasks.bin"),
+                             "{}\n{\"Description\":\"" + std::string(1 << 20, 'x') + "\"}\n");
+    EXPECT_EQ(endless.exitCode, 1);
+    EXPECT_NE(endless.err.find("line 2: longer than the largest row of the table"), std::string::npos)
+        << endless.err;
+
+    // A NUL byte after a whole object is no end of the line.
+    RunResult nul = Tool("write --table Tasks " + File("Tasks.bin"), std::string("{}\0{\"Foo\":1}\n", 13));
+    EXPECT_EQ(nul.exitCode, 1);
+    EXPECT_NE(nul.err.find("line 1: bad JSON: column 3: a NUL byte"), std::string::npos) << nul.err;
 
     EXPECT_EQ(ReadFile(dir_ / "Tasks.bin"), "old");
 }

@@ -1,0 +1,39 @@
+#pragma once
+// The table files on disk. A file is read whole, and only when it is a regular file (a link to
+// one is followed); it is replaced whole, so that at every instant the file on disk is the old one
+// or the new one; and a damaged file can be kept aside under a dated name. Every failure raises
+// EFOpenError (reading), EFCreateError or EInOutError (writing), naming the path the caller gave.
+#include <string>
+#include <string_view>
+
+#include "base/DateTime.h"
+
+// The bytes of the file. A directory, FIFO, device or socket raises EFOpenError as a file that
+// can't be opened does, without waiting on it or reading from it.
+std::string ReadTableFile(const std::string& path);
+
+// Whether the path names a regular file, following links.
+bool IsRegularTableFile(const std::string& path);
+
+// Replaces the file with the bytes: they go to a new file in the same folder, which is flushed
+// to the disk and then renamed over the old one. A link is followed, so the file it points to is
+// replaced and the link stays; the new file takes the old one's permissions (and owner, where
+// the process may give it). A failure at any point leaves the old file as it was and removes the
+// new one: EFCreateError when no file could be made, EInOutError when writing it failed. When
+// the folder refuses a new file but the old file can be written, it is written in place.
+// A path that names something other than a regular file, or a file the process may not write,
+// raises EFCreateError.
+void ReplaceTableFile(const std::string& path, std::string_view bytes);
+
+// Moves the file aside in its folder as "<name>.damaged-YYYY-MM-DD" of the day given, with
+// "-2", "-3" and so on added when that name is taken; a link is followed and the file it points
+// to is moved. Needs no right to read the file. Returns the new path; raises EFCreateError when
+// the file can't be moved.
+std::string KeepDamagedTableFile(const std::string& path, TDateTime day);
+
+// For tests: called at each step of a save that could be cut short: before each block of bytes
+// is written ("write"), before the flush to the disk ("flush") and before the rename
+// ("rename"). A test stops the process there to see what a save killed at that step leaves.
+// Nothing is called when no hook is set, as in the running system.
+using TableFileStepHook = void (*)(const char* step);
+void SetTableFileStepHook(TableFileStepHook hook);
