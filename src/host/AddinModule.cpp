@@ -3,7 +3,6 @@
 #include "tasks/uTasks.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <system_error>
 
 #include "base/Clock.h"
@@ -368,10 +367,7 @@ void TAddInModule::ItemsAdd(const std::shared_ptr<platform::IDispatch>& Item) {
 
 namespace {
 
-bool FileExists(const std::string& path) {
-    std::error_code ec;
-    return std::filesystem::exists(path, ec);
-}
+bool FileExists(const std::string& path) { return platform::FileExists(path); }
 
 }  // namespace
 

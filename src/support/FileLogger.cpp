@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
-#include <filesystem>
 #include <system_error>
 
 #include "base/Clock.h"
@@ -19,8 +18,7 @@ namespace {
 constexpr int kOldestLogDays = 60;
 
 bool FileExists(const std::string& path) {
-    std::error_code ec;
-    return std::filesystem::exists(path, ec);
+    return platform::FileExists(path);
 }
 
 std::string ErrnoText(int err) { return err ? std::strerror(err) : "Unknown error"; }
@@ -51,7 +49,7 @@ TFileLog::TFileLog() {
     fileName_ = FileNameFor(platform::TempFolder(), Now());
 
     if (FileExists(fileName_)) {
-        stream_ = std::fopen(fileName_.c_str(), "r+b");
+        stream_ = platform::OpenFile(fileName_, "r+b");
         if (!stream_ || std::fseek(stream_, 0, SEEK_END) != 0) {
             int err = errno;
             if (stream_) std::fclose(stream_);
@@ -59,7 +57,7 @@ TFileLog::TFileLog() {
             throw EFOpenError("Cannot open file \"" + fileName_ + "\". " + ErrnoText(err));
         }
     } else {
-        stream_ = std::fopen(fileName_.c_str(), "w+b");
+        stream_ = platform::OpenFile(fileName_, "w+b");
         if (!stream_)
             throw EFCreateError("Cannot create file \"" + fileName_ + "\". " + ErrnoText(errno));
     }
@@ -84,8 +82,7 @@ void TFileLog::DeleteOldLogs() {
     for (int i = 1; i <= n - 1; ++i) {
         const std::string name = FileNameFor(folder, t0 + i);
         if (!FileExists(name)) continue;
-        std::error_code ec;
-        std::filesystem::remove(name, ec);  // a file that won't go is left where it is
+        platform::RemoveFile(name);  // a file that won't go is left where it is
     }
 }
 

@@ -9,6 +9,7 @@
 #include "host/AddinModule.h"
 #include "host/Globals.h"
 #include "host/uSink.h"
+#include "platform/System.h"
 #include "platform/Text.h"
 #include "store/MemData.h"
 #include "toolkit/DBTreeList.h"
@@ -32,7 +33,7 @@ TdxMemData& Tasks() { return Table(Globals().MemDataTasks); }
 
 // The whole text of a file beside the add-in; UTF-8 when it reads as such, else the code page.
 std::string ReadTextFile(const std::string& path) {
-    std::FILE* f = std::fopen(path.c_str(), "rb");
+    std::FILE* f = platform::OpenFile(path, "rb");
     if (!f) throw EFOpenError("Cannot open file \"" + path + "\". No such file or directory");
     std::string data;
     char buf[4096];

@@ -23,4 +23,20 @@ char PathDelimiter() { return '\\'; }
 
 int32_t UserDefaultLCID() { return static_cast<int32_t>(GetUserDefaultLCID()); }
 
+namespace {
+std::wstring WidePath(const std::string& utf8) {
+    std::u16string w = Utf8ToUtf16(utf8);
+    return std::wstring(w.begin(), w.end());
+}
+}  // namespace
+
+std::FILE* OpenFile(const std::string& path, const char* mode) {
+    std::wstring m(mode, mode + std::char_traits<char>::length(mode));
+    return _wfopen(WidePath(path).c_str(), m.c_str());
+}
+
+bool FileExists(const std::string& path) { return GetFileAttributesW(WidePath(path).c_str()) != INVALID_FILE_ATTRIBUTES; }
+
+bool RemoveFile(const std::string& path) { return DeleteFileW(WidePath(path).c_str()) != 0; }
+
 }  // namespace platform
