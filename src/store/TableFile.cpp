@@ -7,7 +7,9 @@
 #include <filesystem>
 #include <system_error>
 
-#ifndef _WIN32
+#ifdef _WIN32
+#include <windows.h>
+#else
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -45,58 +47,156 @@ void SetTableFileStepHook(TableFileStepHook hook) { stepHook = hook; }
 
 #ifdef _WIN32
 
-// The Windows build reads and writes through the standard library until its own calls come:
-// the new file made beside the old one with CreateFileW, written, flushed with
-// FlushFileBuffers, and put in the old one's place with ReplaceFileW (MoveFileExW with
-// MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH when there is no old file), which keeps
-// the old file's attributes and security, as the rename does here.
+// Windows: paths are UTF-8 and go to the wide calls, so that a folder of any name works. The new
+// file is made hidden beside the old one with CreateFileW, written, flushed with
+// FlushFileBuffers, and put in the old one's place with ReplaceFileW, which keeps the old file's
+// attributes and security (MoveFileExW with MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH
+// when there is no old file, or when the replace is refused).
+
+namespace {
+
+std::wstring WidePath(const std::string& utf8) {
+    if (utf8.empty()) return {};
+    int n = MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), nullptr, 0);
+    std::wstring w(static_cast<size_t>(n > 0 ? n : 0), L'\0');
+    if (n > 0) MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), w.data(), n);
+    return w;
+}
+
+// The system's text of an error code, as the user's Windows words it.
+std::string SystemText(DWORD err) {
+    wchar_t* buf = nullptr;
+    DWORD n = FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
+                             nullptr, err, 0, reinterpret_cast<wchar_t*>(&buf), 0, nullptr);
+    std::string text;
+    if (n) {
+        int m = WideCharToMultiByte(CP_UTF8, 0, buf, static_cast<int>(n), nullptr, 0, nullptr, nullptr);
+        text.resize(static_cast<size_t>(m > 0 ? m : 0));
+        if (m > 0) WideCharToMultiByte(CP_UTF8, 0, buf, static_cast<int>(n), text.data(), m, nullptr, nullptr);
+    }
+    if (buf) LocalFree(buf);
+    while (!text.empty() && (text.back() == '\n' || text.back() == '\r' || text.back() == ' ' || text.back() == '.'))
+        text.pop_back();
+    return text.empty() ? "System error " + std::to_string(err) : text;
+}
+
+[[noreturn]] void CannotWriteWin(const std::string& path, DWORD err) {
+    throw EInOutError("Cannot write file \"" + path + "\". " + SystemText(err));
+}
+
+class Handle {
+public:
+    explicit Handle(HANDLE h) : h_(h) {}
+    ~Handle() { Close(); }
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+    bool Valid() const { return h_ != INVALID_HANDLE_VALUE; }
+    HANDLE Get() const { return h_; }
+    void Close() {
+        if (Valid()) CloseHandle(h_);
+        h_ = INVALID_HANDLE_VALUE;
+    }
+
+private:
+    HANDLE h_;
+};
+
+// Writes and flushes; the error code of the first failure, or 0.
+DWORD WriteAll(HANDLE h, std::string_view bytes) {
+    size_t done = 0;
+    while (done < bytes.size()) {
+        Step("write");
+        DWORD chunk = static_cast<DWORD>(std::min<size_t>(bytes.size() - done, 1u << 20));
+        DWORD written = 0;
+        if (!WriteFile(h, bytes.data() + done, chunk, &written, nullptr)) return GetLastError();
+        if (written == 0) return ERROR_WRITE_FAULT;
+        done += written;
+    }
+    Step("flush");
+    if (!FlushFileBuffers(h)) return GetLastError();
+    return 0;
+}
+
+}  // namespace
 
 std::string ReadTableFile(const std::string& path) {
-    std::error_code ec;
-    if (!std::filesystem::is_regular_file(path, ec)) {
-        if (std::filesystem::is_directory(path, ec)) CannotOpen(path, "Is a directory");
-        if (std::filesystem::exists(path, ec)) CannotOpen(path, "Not a regular file");
-    }
-    std::FILE* f = std::fopen(path.c_str(), "rb");
-    if (!f) CannotOpen(path, ErrorText(errno));
+    const std::wstring w = WidePath(path);
+    const DWORD attributes = GetFileAttributesW(w.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY))
+        CannotOpen(path, "Is a directory");
+    Handle f(CreateFileW(w.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                         OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+    if (!f.Valid()) CannotOpen(path, SystemText(GetLastError()));
+    if (GetFileType(f.Get()) != FILE_TYPE_DISK) CannotOpen(path, "Not a regular file");
+    LARGE_INTEGER size{};
+    if (!GetFileSizeEx(f.Get(), &size)) CannotOpen(path, SystemText(GetLastError()));
     std::string data;
+    data.reserve(static_cast<size_t>(size.QuadPart));
     char buf[65536];
-    size_t n;
-    while ((n = std::fread(buf, 1, sizeof buf, f)) > 0) data.append(buf, n);
-    const bool failed = std::ferror(f) != 0;
-    const int err = errno;
-    std::fclose(f);
-    if (failed) CannotOpen(path, ErrorText(err));
+    for (;;) {
+        DWORD n = 0;
+        if (!ReadFile(f.Get(), buf, sizeof buf, &n, nullptr)) CannotOpen(path, SystemText(GetLastError()));
+        if (n == 0) break;
+        data.append(buf, n);
+    }
     return data;
 }
 
 bool IsRegularTableFile(const std::string& path) {
-    std::error_code ec;
-    return std::filesystem::is_regular_file(path, ec);
+    const DWORD attributes = GetFileAttributesW(WidePath(path).c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_DEVICE));
 }
 
 void ReplaceTableFile(const std::string& path, std::string_view bytes) {
-    std::FILE* f = std::fopen(path.c_str(), "wb");
-    if (!f) CannotCreate(path, ErrorText(errno));
-    Step("write");
-    const size_t written = bytes.empty() ? 0 : std::fwrite(bytes.data(), 1, bytes.size(), f);
-    bool failed = written != bytes.size();
-    int err = errno;
-    if (std::fclose(f) != 0 && !failed) {
-        failed = true;
-        err = errno;
+    const std::wstring target = WidePath(path);
+    const DWORD attributes = GetFileAttributesW(target.c_str());
+    const bool exists = attributes != INVALID_FILE_ATTRIBUTES;
+    if (exists && (attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_DEVICE)))
+        CannotCreate(path, SystemText(ERROR_ACCESS_DENIED));
+    if (exists && (attributes & FILE_ATTRIBUTE_READONLY)) CannotCreate(path, SystemText(ERROR_ACCESS_DENIED));
+
+    const size_t slash = target.find_last_of(L"\\/");
+    const std::wstring folder = slash == std::wstring::npos ? std::wstring() : target.substr(0, slash + 1);
+    const std::wstring name = slash == std::wstring::npos ? target : target.substr(slash + 1);
+    const std::wstring temp = folder + L"." + name + L"." + std::to_wstring(GetCurrentProcessId()) + L"-" +
+                              std::to_wstring(GetTickCount64()) + L".new";
+    Handle f(CreateFileW(temp.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_HIDDEN, nullptr));
+    if (!f.Valid()) {
+        const DWORD err = GetLastError();
+        // A folder that takes no new file, with an old file that may be written: written in place.
+        if (!exists) CannotCreate(path, SystemText(err));
+        Handle old(CreateFileW(target.c_str(), GENERIC_WRITE, 0, nullptr, TRUNCATE_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+        if (!old.Valid()) CannotCreate(path, SystemText(GetLastError()));
+        if (DWORD e = WriteAll(old.Get(), bytes)) CannotWriteWin(path, e);
+        return;
     }
-    if (failed) CannotWrite(path, err);
+    DWORD err = WriteAll(f.Get(), bytes);
+    f.Close();
+    if (!err) {
+        Step("rename");
+        bool replaced = exists && ReplaceFileW(target.c_str(), temp.c_str(), nullptr, REPLACEFILE_IGNORE_MERGE_ERRORS,
+                                               nullptr, nullptr);
+        if (!replaced) {
+            if (MoveFileExW(temp.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+                SetFileAttributesW(target.c_str(), exists ? attributes : FILE_ATTRIBUTE_NORMAL);
+            } else {
+                err = GetLastError();
+            }
+        }
+    }
+    if (err) {
+        DeleteFileW(temp.c_str());
+        CannotWriteWin(path, err);
+    }
 }
 
 std::string KeepDamagedTableFile(const std::string& path, TDateTime day) {
     const std::string base = path + ".damaged-" + IsoDate(day);
-    std::error_code ec;
     for (int n = 1; n < 1000; ++n) {
         const std::string candidate = n == 1 ? base : base + "-" + std::to_string(n);
-        if (std::filesystem::exists(candidate, ec)) continue;
-        std::filesystem::rename(path, candidate, ec);
-        if (ec) CannotCreate(candidate, ec.message());
+        const std::wstring w = WidePath(candidate);
+        if (GetFileAttributesW(w.c_str()) != INVALID_FILE_ATTRIBUTES) continue;
+        if (!MoveFileExW(WidePath(path).c_str(), w.c_str(), 0)) CannotCreate(candidate, SystemText(GetLastError()));
         return candidate;
     }
     CannotCreate(base, "File exists");
