@@ -50,4 +50,20 @@ private:
     std::unordered_map<std::string, DISPID> ids_;
 };
 
+// What every binding of an object model has: its automation object, reached by name. The binding
+// holds one reference to it, released when the binding goes.
+class TOleBound {
+public:
+    explicit TOleBound(TComPtr<IDispatch> d) : ole_(std::move(d)) {}
+    virtual ~TOleBound() = default;
+    IDispatch* Automation() const { return ole_.Dispatch(); }
+
+protected:
+    TOleObject ole_;
+};
+
+// Late-bound reads by name, for a caller that doesn't know the object's kind.
+#define CORVELLE_OLE_PROPERTY \
+    Variant GetProperty(const std::string& name) override { return ole_.Get(name.c_str()); }
+
 }  // namespace win

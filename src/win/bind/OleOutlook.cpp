@@ -7,21 +7,6 @@
 namespace win {
 namespace {
 
-// What every binding has: its automation object, reached by name.
-class TOleBound {
-public:
-    explicit TOleBound(TComPtr<IDispatch> d) : ole_(std::move(d)) {}
-    virtual ~TOleBound() = default;
-    IDispatch* Automation() const { return ole_.Dispatch(); }
-
-protected:
-    TOleObject ole_;
-};
-
-// Late-bound reads by name, for a caller that doesn't know the object's kind.
-#define CORVELLE_OLE_PROPERTY \
-    Variant GetProperty(const std::string& name) override { return ole_.Get(name.c_str()); }
-
 template <class T>
 std::shared_ptr<T> BindAs(TComPtr<IDispatch> d) {
     return platform::QueryInterface<T>(BindOutlookObject(std::move(d)));

@@ -13,6 +13,7 @@
 #include "win/com/Registration.h"
 #include "win/com/RibbonXml.h"
 #include "win/com/ScriptBridge.h"
+#include "win/bind/OleExcel.h"
 #include "win/platform/WinServices.h"
 
 namespace win {
@@ -148,6 +149,7 @@ public:
                 host.Services = bridge_->Services();
             } else {
                 host.Services = WindowsServices();
+                host.Services.Excel = MakeOleExcelServer();
             }
             module_ = std::make_unique<TAddInModule>(std::move(host));
             if (bridge_) bridge_->Attach(module_.get(), [this] { return Running(); });

@@ -9,6 +9,7 @@
 #include "platform/TraceClient.h"
 #include "sim/ScriptHost.h"
 #include "toolkit/Menus.h"
+#include "win/bind/OleExcel.h"
 #include "win/platform/WinServices.h"
 
 namespace win {
@@ -123,6 +124,31 @@ private:
     int shape_ = platform::crDefault;
 };
 
+// Excel under the script host: its workbook engine as Excel's automation objects, found running
+// or started as GetActiveObject and CoCreateInstance find and start an installed Excel, and bound
+// as Excel is everywhere else, late through IDispatch.
+class TBridgeExcel final : public excel::IExcelServer, TBridgeService {
+public:
+    using TBridgeService::TBridgeService;
+    int32_t GetActiveObject(const std::string& classId, std::shared_ptr<platform::IDispatch>& object) override {
+        object.reset();
+        if (classId != excel::CLASS_ExcelApplication) return excel::hresult::Unavailable;
+        TComPtr<IDispatch> running;
+        HRESULT hr = Host().GetExcel(FALSE, running.Out());
+        if (FAILED(hr)) return static_cast<int32_t>(hr);
+        if (!running) return excel::hresult::Unavailable;
+        object = BindExcelApplication(std::move(running));
+        return excel::hresult::Ok;
+    }
+    std::shared_ptr<excel::_Application> Create() override {
+        TComPtr<IDispatch> made;
+        SetErrorInfo(0, nullptr);
+        Check(Host().GetExcel(TRUE, made.Out()), "CoCreateInstance");
+        if (!made) throw EOleException("Class not registered");
+        return BindExcelApplication(std::move(made));
+    }
+};
+
 class TBridgeModuleInfo final : public platform::IModuleInfo, TBridgeService {
 public:
     using TBridgeService::TBridgeService;
@@ -155,21 +181,28 @@ TScriptBridge::TScriptBridge(TComPtr<ICorvelleScriptHost> host)
       buffer_(std::make_unique<THostBuffer>(host_.Get())),
       out_(std::make_unique<std::ostream>(buffer_.get())) {
     previousModalHost_ = SetModalHost(this);
-    // The commands' own host, in the add-in's folder. It also shows the menus that the add-in
-    // pops up (as MENU, for the `menu` command to pick from), and its simulated Excel, the
-    // workbook engine, is the Excel the add-in's reports reach under the script host.
-    std::string dir;
-    Swallow([&] {
-        std::string file = TBridgeModuleInfo(*this).ModuleFileName();
-        size_t slash = file.find_last_of("\\/");
-        dir = slash == std::string::npos ? std::string() : file.substr(0, slash);
-    });
-    script_ = std::make_unique<sim::TScriptHost>(dir, *out_);
-    previousPopupHost_ = SetPopupHost(script_.get());
+}
+
+// The commands' own host, in the add-in's folder, made when the first command comes (after the
+// start, so that asking for the add-in's file name here doesn't take a failure meant for the
+// module's own start-up). It also shows the menus that the add-in pops up (as MENU, for the
+// `menu` command to pick from).
+sim::TScriptHost& TScriptBridge::Script() {
+    if (!script_) {
+        std::string dir;
+        Swallow([&] {
+            std::string file = TBridgeModuleInfo(*this).ModuleFileName();
+            size_t slash = file.find_last_of("\\/");
+            dir = slash == std::string::npos ? std::string() : file.substr(0, slash);
+        });
+        script_ = std::make_unique<sim::TScriptHost>(dir, *out_);
+        previousPopupHost_ = SetPopupHost(script_.get());
+    }
+    return *script_;
 }
 
 TScriptBridge::~TScriptBridge() {
-    SetPopupHost(previousPopupHost_);
+    if (script_) SetPopupHost(previousPopupHost_);
     script_.reset();
     SetModalHost(previousModalHost_);
 }
@@ -182,7 +215,7 @@ platform::Services TScriptBridge::Services() {
     s.Module = std::make_shared<TBridgeModuleInfo>(*this);
     s.Registry = std::make_shared<TWinRegistry>();
     s.Trace = std::make_shared<platform::TTcpTraceClient>();
-    s.Excel = script_->Host().Excel;
+    s.Excel = std::make_shared<TBridgeExcel>(*this);
     return s;
 }
 
@@ -199,8 +232,8 @@ HRESULT TScriptBridge::Run(BSTR words, int* status, BSTR* message) {
     *message = nullptr;
     escaped_ = nullptr;
     try {
-        if (!module_ || !script_) throw sim::EScriptError("the add-in has not been started");
-        script_->RunOn(*module_, running_ && running_(), SplitLines(BstrText(words)));
+        if (!module_) throw sim::EScriptError("the add-in has not been started");
+        Script().RunOn(*module_, running_ && running_(), SplitLines(BstrText(words)));
     } catch (const sim::EScriptError& e) {
         *status = 1;
         *message = NewBstr(e.what());

@@ -47,6 +47,7 @@ public:
 
 private:
     void RunModal(TForm& form) override;
+    sim::TScriptHost& Script();
 
     TComPtr<ICorvelleScriptHost> host_;
     IModalHost* previousModalHost_ = nullptr;

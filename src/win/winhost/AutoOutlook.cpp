@@ -529,6 +529,9 @@ private:
         HRESULT STDMETHODCALLTYPE GetModuleFileName(BSTR* path) override { return Host().GetModuleFileName(path); }
         HRESULT STDMETHODCALLTYPE RunModal(BSTR name) override { return Host().RunModal(name); }
         HRESULT STDMETHODCALLTYPE Write(BSTR text) override { return Host().Write(text); }
+        HRESULT STDMETHODCALLTYPE GetExcel(BOOL start, IDispatch** application) override {
+            return Host().GetExcel(start, application);
+        }
 
     private:
         ICorvelleScriptHost& Host() { return *owner_.state_->scriptHost; }

@@ -8,6 +8,7 @@
 #include "sim/ScriptLexer.h"
 #include "sim/SimItem.h"
 #include "toolkit/Forms.h"
+#include "win/winhost/AutoExcel.h"
 #include "win/winhost/AutoObject.h"
 #include "win/winhost/AutoOutlook.h"
 
@@ -15,9 +16,10 @@ namespace win {
 namespace {
 
 bool IsForwarded(const std::string& command) {
-    static const char* const commands[] = {"explorer", "activate", "close", "click", "dblclick", "focus", "call",
-                                           "set",      "get",      "tree",  "grid",  "tab",      "table", "drag",
-                                           "drop",     "menu",     "dragnode", "excel"};
+    static const char* const commands[] = {"explorer", "activate", "close", "click", "dblclick", "focus",
+                                           "call",     "set",      "get",   "tree",  "grid",     "group",
+                                           "ungroup",  "cell",     "tab",   "table", "drag",     "drop",
+                                           "menu",     "dragnode"};
     return std::any_of(std::begin(commands), std::end(commands), [&](const char* c) { return SameName(c, command); });
 }
 
@@ -138,6 +140,18 @@ public:
             *x = p.X, *y = p.Y;
         });
     }
+    HRESULT STDMETHODCALLTYPE GetExcel(BOOL start, IDispatch** application) override {
+        if (!application) return E_POINTER;
+        *application = nullptr;
+        try {
+            TComPtr<IDispatch> app = start ? host_.excel_->Start() : host_.excel_->Running();
+            if (!app) return MK_E_UNAVAILABLE;
+            *application = app.Detach();
+            return S_OK;
+        } catch (...) {
+            return ReportException(std::current_exception(), IID_ICorvelleScriptHost);
+        }
+    }
     HRESULT STDMETHODCALLTYPE GetModuleFileName(BSTR* path) override {
         if (!path) return E_POINTER;
         *path = nullptr;
@@ -168,6 +182,7 @@ TWinScriptHost::TWinScriptHost(std::string dir, std::ostream& out) : sim::TScrip
     bridge_ = std::make_unique<TBridgeHost>(*this);
     automation_ = std::make_unique<TAutoOutlook>(Host().Outlook, bridge_.get());
     application_ = automation_->Application();
+    excel_ = std::make_unique<TAutoExcel>(*Host().Excel);
 }
 
 TWinScriptHost::~TWinScriptHost() { Unload(); }
@@ -176,6 +191,7 @@ std::string TWinScriptHost::Unload() {
     ReleaseAddIn();
     std::string problem;
     if (automation_) automation_->ReleaseSinks();
+    if (excel_) excel_->Release();
     application_.Reset();
     automation_.reset();
     if (HMODULE dll = GetModuleHandleW(L"Corvelle.dll")) {
@@ -227,6 +243,14 @@ void TWinScriptHost::Execute(const Words& words) {
     } else {
         TScriptHost::Execute(words);
     }
+}
+
+// The forms' timers live in the add-in: it is set a second back and told to tick once, which
+// brings its clock to this host's and fires its timers.
+void TWinScriptHost::TickTimers() {
+    if (!addIn_ || !script_) return;
+    script_->SetClock(Now() - 1.0 / 86400.0);
+    Forward({"tick", "1"});
 }
 
 void TWinScriptHost::RequireAddIn(bool running) {

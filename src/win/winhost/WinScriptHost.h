@@ -19,6 +19,7 @@
 
 namespace win {
 
+class TAutoExcel;
 class TAutoOutlook;
 
 class TWinScriptHost : public sim::TScriptHost {
@@ -43,6 +44,7 @@ public:
 private:
     using Words = std::vector<std::string>;
     void Execute(const Words& words) override;
+    void TickTimers() override;
 
     void Start(const Words& a);
     void Shutdown(const Words& a);
@@ -68,6 +70,7 @@ private:
 
     std::unique_ptr<TBridgeHost> bridge_;
     std::unique_ptr<TAutoOutlook> automation_;
+    std::unique_ptr<TAutoExcel> excel_;
     TComPtr<IDispatch> application_;
     TComPtr<IDispatch> comAddIn_;
     TComPtr<IDispatch> ribbonUI_;
