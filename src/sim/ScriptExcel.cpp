@@ -60,11 +60,12 @@ void TScriptHost::CmdExcel(const Words& a) {
     out_ << "EXCEL running=" << Flag(app != nullptr) << " visible=" << Flag(app && app->Visible())
          << " screenupdating=" << Flag(app && app->ScreenUpdating()) << "\n";
     if (!app) return;
-    const std::string folder = dir_ + "/";
     for (const auto& w : app->OpenWorkbooks()) {
-        // The template as the system named it, less the add-in's folder.
+        // The template as the system named it, less the add-in's folder and its separator.
         std::string file = w.templateFile;
-        if (file.compare(0, folder.size(), folder) == 0) file.erase(0, folder.size());
+        if (file.size() > dir_.size() && file.compare(0, dir_.size(), dir_) == 0 &&
+            (file[dir_.size()] == '/' || file[dir_.size()] == '\\'))
+            file.erase(0, dir_.size() + 1);
         out_ << "WORKBOOK " << w.name << " template=" << file << "\n";
         for (int s = 0; s < w.book->SheetCount(); ++s) {
             if (!w.book->Sheet(s).IsWorksheet()) continue;

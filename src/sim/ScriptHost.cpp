@@ -355,11 +355,15 @@ void TScriptHost::CmdTick(const Words& a) {
     const TDateTime start = Now();
     for (int64_t i = 1; i <= seconds; ++i) {
         SetClock(start + static_cast<double>(i) / 86400.0);
-        for (TForm* form : AllForms())
-            for (TComponent* c : std::vector<TComponent*>(form->Components()))
-                if (auto* timer = dynamic_cast<TTimer*>(c)) timer->Tick();
+        TickTimers();
         DeliverItemAdds();
     }
+}
+
+void TScriptHost::TickTimers() {
+    for (TForm* form : AllForms())
+        for (TComponent* c : std::vector<TComponent*>(form->Components()))
+            if (auto* timer = dynamic_cast<TTimer*>(c)) timer->Tick();
 }
 
 void TScriptHost::CmdUser(const Words& a) {

@@ -116,6 +116,8 @@ private:
     // Runs one line: echo, the command, what follows it; the error's reason if it failed.
     std::optional<std::string> Step(const TScriptLine& line);
     virtual void Execute(const Words& words);
+    // One second of the message loop for the forms' timers: each enabled timer fires once.
+    virtual void TickTimers();
     void PrintError(int line, const std::string& reason);
     [[noreturn]] void Fatal(int line, const std::string& reason);
     std::optional<std::string> NewDialogError();

@@ -20,7 +20,7 @@ protected:
     void SetUp() override {
         TaskTest::SetUp();
         for (const char* name : {"TaskReport.xlsx", "TimeReport.xlsx"})
-            fs::copy_file(fs::path(CORVELLE_BINARY_DIR) / "resources" / name, dir_ / name);
+            fs::copy_file(fs::path(CORVELLE_TEST_RESOURCES) / name, dir_ / name);
     }
 
     // Outlook starts for Alex Morgan; the explorer opens later, once the tasks are made.

@@ -1,6 +1,7 @@
 // The time report, given the Time table as the timesheet leaves it (its filter, its "Show time
 // since:" date) and run as the timesheet's export runs it. It never says a word: a failure ends
 // it silently.
+#include "platform/System.h"
 #include "reports/ReportFixture.h"
 
 namespace {
@@ -73,7 +74,7 @@ TEST_F(TimeReportTest, TheEntriesStartAtRowThirteenShadedInTheTablesOwnOrder) {
     ASSERT_EQ(Workbooks().size(), 1u);
     EXPECT_EQ(Workbooks()[0].name, "TimeReport1");
     // The template's name carries the separator twice, as the system writes it.
-    EXPECT_EQ(Workbooks()[0].templateFile, dir_.string() + "/\\TimeReport.xlsx");
+    EXPECT_EQ(Workbooks()[0].templateFile, dir_.string() + platform::PathDelimiter() + "\\TimeReport.xlsx");
     auto cells = CellsOf(0);
     EXPECT_EQ(Text(cells, 4, 2), "Alex Morgan");
     EXPECT_EQ(At(cells, 6, 2).kind, Written::Kind::Number);

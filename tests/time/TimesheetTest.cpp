@@ -129,7 +129,7 @@ TEST_F(TimeTest, TheTimersEntryCannotBeDeletedUntilTheTimerIsCleared) {
 }
 
 TEST_F(TimeTest, TheExportPutsTheShownEntriesInAWorkbookAndLeavesThePaneAsItWas) {
-    fs::copy_file(fs::path(CORVELLE_BINARY_DIR) / "resources" / "TimeReport.xlsx", dir_ / "TimeReport.xlsx");
+    fs::copy_file(fs::path(CORVELLE_TEST_RESOURCES) / "TimeReport.xlsx", dir_ / "TimeReport.xlsx");
     Entry(acme, Date() - 1, 30);
     int focused = Entry(borealis, Date(), 45);
     m().adxOlFormsManager1.ActivatePane(1);
