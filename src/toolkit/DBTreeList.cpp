@@ -28,6 +28,28 @@ void TcxTreeListNode::Collapse(bool recurse) {
 
 bool TcxTreeListNode::Focused() const { return tree_->FocusedNode() == this; }
 
+const std::string& TcxTreeListNode::Texts(int columnIndex) const {
+    size_t c = static_cast<size_t>(columnIndex);
+    if (c >= cells_.size()) return texts_.at(c);  // raises as an index out of range does
+    if (!(made_[c] & 1)) {
+        const TField* f = tree_->ColumnField(columnIndex);
+        texts_[c] = f ? f->CellDisplayText(cells_[c]) : std::string();
+        made_[c] |= 1;
+    }
+    return texts_[c];
+}
+
+const Variant& TcxTreeListNode::Values(int columnIndex) const {
+    size_t c = static_cast<size_t>(columnIndex);
+    if (c >= cells_.size()) return values_.at(c);
+    if (!(made_[c] & 2)) {
+        const TField* f = tree_->ColumnField(columnIndex);
+        values_[c] = f ? f->CellToVariant(cells_[c]) : Variant();
+        made_[c] |= 2;
+    }
+    return values_[c];
+}
+
 // ---- the tree -----------------------------------------------------------------------------------
 
 TcxDBTreeList::TcxDBTreeList(std::string name) : TControl(nullptr, std::move(name)) {}
@@ -182,6 +204,90 @@ void TcxDBTreeList::DataEvent(TdxMemData&, TDataEvent event, TField*) {
     else if (event == TDataEvent::DataSetScroll) SyncFocusToCursor();
 }
 
+const TField* TcxDBTreeList::ColumnField(int column) const {
+    TdxMemData* t = DataSet();
+    if (!t || column < 0 || column >= static_cast<int>(columnFields_.size())) return nullptr;
+    int f = columnFields_[static_cast<size_t>(column)];
+    return f >= 0 && f < t->FieldCount() ? &t->Fields(f) : nullptr;
+}
+
+namespace {
+
+// The rows of each parent key. A key is matched by its text, as a value shows; when every key
+// and parent cell is an integer of a field shown as an integer, the integers stand for the texts.
+class TParentIndex {
+public:
+    TParentIndex(const TdxMemData& t, const TField& key, const TField& parent, const std::vector<int>& rows)
+        : t_(t), key_(key), parent_(parent) {
+        ints_ = ShownAsInteger(key) && ShownAsInteger(parent);
+        for (size_t i = 0; ints_ && i < rows.size(); ++i)
+            ints_ = IntegerOrNull(t.Cell(rows[i], key.Index())) && IntegerOrNull(t.Cell(rows[i], parent.Index()));
+    }
+
+    // Files the rows under their parents; a row whose parent is the root value goes to roots.
+    void Add(const std::vector<int>& rows, const Variant& rootValue, std::vector<int>& roots) {
+        std::string root = rootValue.AsString();
+        bool rootIsInt = false;
+        int64_t rootInt = 0;
+        if (ints_ && !rootValue.IsNull()) {
+            try {
+                rootInt = rootValue.AsInt64();
+                rootIsInt = std::to_string(rootInt) == root;
+            } catch (...) {
+                rootIsInt = false;
+            }
+        }
+        for (int row : rows) {
+            const TCell& p = t_.Cell(row, parent_.Index());
+            if (std::holds_alternative<std::monostate>(p)) continue;
+            if (ints_) {
+                int64_t v = std::get<int64_t>(p);
+                if (rootIsInt && v == rootInt) roots.push_back(row);
+                else byInt_[v].push_back(row);
+            } else {
+                std::string text = parent_.CellToVariant(p).AsString();
+                if (!rootValue.IsNull() && text == root) roots.push_back(row);
+                else byText_[text].push_back(row);
+            }
+        }
+    }
+
+    // Takes the rows filed under a row's key away (each parent's rows are placed once).
+    bool Take(int row, std::vector<int>& out) {
+        const TCell& k = t_.Cell(row, key_.Index());
+        if (std::holds_alternative<std::monostate>(k)) return false;
+        if (ints_) {
+            auto it = byInt_.find(std::get<int64_t>(k));
+            if (it == byInt_.end()) return false;
+            out = std::move(it->second);
+            byInt_.erase(it);
+            return true;
+        }
+        auto it = byText_.find(key_.CellToVariant(k).AsString());
+        if (it == byText_.end()) return false;
+        out = std::move(it->second);
+        byText_.erase(it);
+        return true;
+    }
+
+private:
+    static bool ShownAsInteger(const TField& f) {
+        return f.DataType() != TFieldType::ftBoolean && f.DataType() != TFieldType::ftCurrency;
+    }
+    static bool IntegerOrNull(const TCell& c) {
+        return std::holds_alternative<std::monostate>(c) || std::holds_alternative<int64_t>(c);
+    }
+
+    const TdxMemData& t_;
+    const TField& key_;
+    const TField& parent_;
+    bool ints_ = false;
+    std::unordered_map<int64_t, std::vector<int>> byInt_;
+    std::unordered_map<std::string, std::vector<int>> byText_;
+};
+
+}  // namespace
+
 void TcxDBTreeList::Rebuild() {
     TBookmark focusedBookmark = focused_ ? focused_->bookmark_ : 0;
     focused_ = nullptr;
@@ -200,22 +306,20 @@ void TcxDBTreeList::Rebuild() {
     TdxMemData* t = DataSet();
     TField* keyField = t ? t->FindField(KeyField) : nullptr;
     TField* parentField = t ? t->FindField(ParentField) : nullptr;
+    columnFields_.clear();
     if (t && t->Active() && keyField && parentField) {
         rowToNode_.assign(static_cast<size_t>(t->RowCount()), nullptr);
-        std::vector<TField*> colFields;
-        for (const auto& c : columns_) colFields.push_back(t->FindField(c->FieldName()));
-
-        // Rows the table shows, grouped by the text of their parent key.
-        std::unordered_map<std::string, std::vector<int>> byParent;
-        std::string root = RootValue.AsString();
-        std::vector<int> rootRows;
-        for (int row : t->VisibleRows()) {
-            Variant parent = t->RowValue(row, *parentField);
-            if (parent.IsNull()) continue;
-            std::string p = parent.AsString();
-            if (!RootValue.IsNull() && p == root) rootRows.push_back(row);
-            else byParent[p].push_back(row);
+        for (const auto& c : columns_) {
+            TField* f = t->FindField(c->FieldName());
+            columnFields_.push_back(f ? f->Index() : -1);
         }
+        const size_t columnCount = columns_.size();
+
+        // Rows the table shows, grouped by their parent key.
+        std::vector<int> shown = t->VisibleRows();
+        TParentIndex byParent(*t, *keyField, *parentField, shown);
+        std::vector<int> rootRows;
+        byParent.Add(shown, RootValue, rootRows);
 
         // Children stand in the order of the sorted column, ties in table order.
         TcxDBTreeListColumn* sortColumn = nullptr;
@@ -226,7 +330,7 @@ void TcxDBTreeList::Rebuild() {
             }
         TField* sortField = sortColumn ? t->FindField(sortColumn->FieldName()) : nullptr;
         auto sortRows = [&](std::vector<int>& rows) {
-            if (!sortField) return;
+            if (!sortField || rows.size() < 2) return;
             bool desc = sortColumn->SortOrder == TcxSortOrder::soDescending;
             int fi = sortField->Index();
             std::stable_sort(rows.begin(), rows.end(), [&](int a, int b) {
@@ -235,40 +339,46 @@ void TcxDBTreeList::Rebuild() {
             });
         };
 
-        std::function<void(std::vector<int>, TcxTreeListNode*, std::vector<TcxTreeListNode*>&)> place =
-            [&](std::vector<int> rows, TcxTreeListNode* parent, std::vector<TcxTreeListNode*>& into) {
+        std::vector<int> kids;
+        std::function<void(std::vector<int>&, TcxTreeListNode*, std::vector<TcxTreeListNode*>&)> place =
+            [&](std::vector<int>& rows, TcxTreeListNode* parent, std::vector<TcxTreeListNode*>& into) {
                 sortRows(rows);
                 for (int row : rows) {
                     if (rowToNode_[static_cast<size_t>(row)]) continue;  // each row is one node at most
-                    auto& slot = storage_[t->RowBookmark(row)];
+                    TBookmark bookmark = t->RowBookmark(row);
+                    auto& slot = storage_[bookmark];
                     if (!slot) slot = std::make_unique<TcxTreeListNode>();
                     TcxTreeListNode* n = slot.get();
-                    n->values_.clear();
-                    n->texts_.clear();
                     n->tree_ = this;
                     n->parent_ = parent;
                     n->level_ = parent ? parent->level_ + 1 : 0;
                     n->index_ = static_cast<int>(into.size());
                     n->row_ = row;
-                    n->bookmark_ = t->RowBookmark(row);
+                    n->bookmark_ = bookmark;
                     n->key_ = t->RowValue(row, *keyField);
                     n->parentKey_ = t->RowValue(row, *parentField);
                     n->absoluteIndex_ = static_cast<int>(all_.size());
                     n->expanded_ = !n->key_.IsNull() && expandedKeys_.count(n->key_.AsString()) > 0;
-                    for (size_t c = 0; c < columns_.size(); ++c) {
-                        TField* f = colFields[c];
-                        n->values_.push_back(f ? t->RowValue(row, *f) : Variant());
-                        n->texts_.push_back(f ? f->CellDisplayText(t->Cell(row, f->Index())) : std::string());
+                    // The cells as they stand now; texts and values are made again when read.
+                    n->cells_.resize(columnCount);
+                    n->texts_.resize(columnCount);
+                    n->values_.resize(columnCount);
+                    n->made_.assign(columnCount, 0);
+                    for (size_t c = 0; c < columnCount; ++c) {
+                        int f = columnFields_[c];
+                        if (f < 0) {
+                            n->cells_[c] = TCell{};
+                            continue;
+                        }
+                        const TCell& now = t->Cell(row, f);
+                        if (!(n->cells_[c] == now)) n->cells_[c] = now;
                     }
                     rowToNode_[static_cast<size_t>(row)] = n;
                     into.push_back(n);
                     all_.push_back(n);
-                    if (n->key_.IsNull()) continue;
-                    auto it = byParent.find(n->key_.AsString());
-                    if (it != byParent.end()) {
-                        std::vector<int> kids = std::move(it->second);
-                        byParent.erase(it);
-                        place(std::move(kids), n, n->children_);
+                    if (byParent.Take(row, kids)) {
+                        std::vector<int> mine = std::move(kids);
+                        place(mine, n, n->children_);
                     }
                 }
             };

@@ -3,10 +3,12 @@
 // value. The tree follows the table: its nodes are rebuilt when the rows, the filter or the sort
 // change, and its focused node follows the table's one cursor. Focusing a node moves the cursor.
 // Per-node pictures and cell font styles come from the form's handlers, so that they can be read
-// without pixels.
+// without pixels. A rebuild reads each shown row's key, parent and column cells once; texts are
+// made only for the nodes whose texts are read.
+#include <cstdint>
 #include <functional>
 #include <memory>
-#include <set>
+#include <unordered_set>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -58,10 +60,11 @@ public:
     void Expand(bool recurse);
     void Collapse(bool recurse);
     bool Focused() const;
-    // Display text of a column for this node (hidden columns too).
-    const std::string& Texts(int columnIndex) const { return texts_.at(static_cast<size_t>(columnIndex)); }
-    // Value of a column for this node.
-    const Variant& Values(int columnIndex) const { return values_.at(static_cast<size_t>(columnIndex)); }
+    // Display text of a column for this node (hidden columns too), as the row stood when the tree
+    // last followed the table.
+    const std::string& Texts(int columnIndex) const;
+    // Value of a column for this node, likewise.
+    const Variant& Values(int columnIndex) const;
     TcxDBTreeList& TreeList() const { return *tree_; }
 
 private:
@@ -77,8 +80,12 @@ private:
     TBookmark bookmark_ = 0;
     int row_ = -1;
     bool expanded_ = false;
-    std::vector<std::string> texts_;
-    std::vector<Variant> values_;
+    // The row's cells of the columns when the tree last followed the table; the texts and values
+    // are made from them when first asked for after that.
+    std::vector<TCell> cells_;
+    mutable std::vector<std::string> texts_;
+    mutable std::vector<Variant> values_;
+    mutable std::vector<uint8_t> made_;  // per column: 1 text made, 2 value made
 };
 
 // Font style of a drawn cell.
@@ -176,6 +183,8 @@ private:
     void SyncFocusToCursor();
     void SetFocused(TcxTreeListNode* node);
     TcxTreeListNode* NodeOfRow(int row) const;
+    // The field of a column as the tree last followed the table; nullptr when it has none.
+    const TField* ColumnField(int column) const;
 
     TDataSource* source_ = nullptr;
     std::vector<std::unique_ptr<TcxDBTreeListColumn>> columns_;
@@ -186,7 +195,8 @@ private:
     std::vector<TcxTreeListNode*> all_;  // absolute order
     TcxTreeListNode* focused_ = nullptr;
     TcxTreeListNode* hitNode_ = nullptr;
-    std::set<std::string> expandedKeys_;        // kept across rebuilds
+    std::unordered_set<std::string> expandedKeys_;  // kept across rebuilds
+    std::vector<int> columnFields_;                 // per column: its field's index, -1 for none
     std::vector<TcxTreeListNode*> rowToNode_;  // by the table's row index
     friend class TcxTreeListNode;
 };
