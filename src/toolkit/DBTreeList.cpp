@@ -291,7 +291,8 @@ private:
 void TcxDBTreeList::Rebuild() {
     TBookmark focusedBookmark = focused_ ? focused_->bookmark_ : 0;
     focused_ = nullptr;
-    for (auto& [bookmark, node] : storage_) {  // every node is detached until placed again
+    // Every node is detached until placed again; those not placed last time are detached already.
+    for (TcxTreeListNode* node : all_) {
         node->parent_ = nullptr;
         node->children_.clear();
         node->level_ = 0;
@@ -301,7 +302,9 @@ void TcxDBTreeList::Rebuild() {
     }
     roots_.clear();
     all_.clear();
-    rowToNode_.clear();
+    // The node of each row last time: a row that kept its place finds its node without a search.
+    std::vector<TcxTreeListNode*> previousNodes;
+    previousNodes.swap(rowToNode_);
 
     TdxMemData* t = DataSet();
     TField* keyField = t ? t->FindField(KeyField) : nullptr;
@@ -317,6 +320,7 @@ void TcxDBTreeList::Rebuild() {
 
         // Rows the table shows, grouped by their parent key.
         std::vector<int> shown = t->VisibleRows();
+        all_.reserve(shown.size());
         TParentIndex byParent(*t, *keyField, *parentField, shown);
         std::vector<int> rootRows;
         byParent.Add(shown, RootValue, rootRows);
@@ -346,9 +350,14 @@ void TcxDBTreeList::Rebuild() {
                 for (int row : rows) {
                     if (rowToNode_[static_cast<size_t>(row)]) continue;  // each row is one node at most
                     TBookmark bookmark = t->RowBookmark(row);
-                    auto& slot = storage_[bookmark];
-                    if (!slot) slot = std::make_unique<TcxTreeListNode>();
-                    TcxTreeListNode* n = slot.get();
+                    TcxTreeListNode* n = static_cast<size_t>(row) < previousNodes.size()
+                                             ? previousNodes[static_cast<size_t>(row)]
+                                             : nullptr;
+                    if (!n || n->bookmark_ != bookmark) {
+                        auto& slot = storage_[bookmark];
+                        if (!slot) slot = std::make_unique<TcxTreeListNode>();
+                        n = slot.get();
+                    }
                     n->tree_ = this;
                     n->parent_ = parent;
                     n->level_ = parent ? parent->level_ + 1 : 0;
