@@ -9,9 +9,53 @@
 
 void TcxTreeListNode::SetExpanded(bool value) {
     expanded_ = value;
-    std::string key = key_.AsString();
-    if (value) tree_->expandedKeys_.insert(key);
-    else tree_->expandedKeys_.erase(key);
+    tree_->expandedKeys_.Set(key_, value);
+}
+
+// ---- expanded keys ------------------------------------------------------------------------------
+
+namespace {
+
+// The integer a key's text spells exactly ("12", "-1"; not "012" or "1.0"), if any.
+bool TextIsInteger(const std::string& text, int64_t& out) {
+    if (text.empty() || text.size() > 20) return false;
+    try {
+        size_t used = 0;
+        long long v = std::stoll(text, &used);
+        if (used != text.size() || std::to_string(v) != text) return false;
+        out = v;
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+}  // namespace
+
+void TExpandedKeys::Set(const Variant& key, bool expanded) {
+    int64_t i = 0;
+    if (key.type() == Variant::Type::Integer) {
+        if (expanded) ints_.insert(key.AsInt64());
+        else ints_.erase(key.AsInt64());
+        return;
+    }
+    std::string text = key.AsString();
+    if (TextIsInteger(text, i)) {
+        if (expanded) ints_.insert(i);
+        else ints_.erase(i);
+    } else if (expanded) {
+        texts_.insert(text);
+    } else {
+        texts_.erase(text);
+    }
+}
+
+bool TExpandedKeys::Has(const Variant& key) const {
+    if (key.type() == Variant::Type::Integer) return ints_.count(key.AsInt64()) > 0;
+    std::string text = key.AsString();
+    int64_t i = 0;
+    if (TextIsInteger(text, i)) return ints_.count(i) > 0;
+    return texts_.count(text) > 0;
 }
 
 void TcxTreeListNode::Expand(bool recurse) {
@@ -97,13 +141,18 @@ TcxTreeListNode* TcxDBTreeList::FindNodeByKeyValue(const Variant& key) const {
 
 std::vector<TcxTreeListNode*> TcxDBTreeList::VisibleNodes() const {
     std::vector<TcxTreeListNode*> out;
-    std::function<void(const std::vector<TcxTreeListNode*>&)> walk = [&](const std::vector<TcxTreeListNode*>& nodes) {
-        for (TcxTreeListNode* n : nodes) {
-            out.push_back(n);
-            if (n->expanded_) walk(n->children_);
+    // Depth first: each level's place is kept on a stack.
+    std::vector<std::pair<const std::vector<TcxTreeListNode*>*, size_t>> stack{{&roots_, 0}};
+    while (!stack.empty()) {
+        auto& [nodes, next] = stack.back();
+        if (next >= nodes->size()) {
+            stack.pop_back();
+            continue;
         }
-    };
-    walk(roots_);
+        TcxTreeListNode* n = (*nodes)[next++];
+        out.push_back(n);
+        if (n->expanded_ && !n->children_.empty()) stack.push_back({&n->children_, 0});
+    }
     return out;
 }
 
@@ -202,6 +251,21 @@ TFontStyles TcxDBTreeList::CellStyle(TcxTreeListNode* node, TcxDBTreeListColumn&
 void TcxDBTreeList::DataEvent(TdxMemData&, TDataEvent event, TField*) {
     if (event == TDataEvent::DataSetChange) Rebuild();
     else if (event == TDataEvent::DataSetScroll) SyncFocusToCursor();
+}
+
+TcxTreeListNode& TcxDBTreeList::NodeOfBookmark(TBookmark bookmark) {
+    // Bookmarks are given out counting up from 1: most find their node by index.
+    constexpr TBookmark kIndexed = 1 << 24;
+    std::unique_ptr<TcxTreeListNode>* slot = nullptr;
+    if (bookmark > 0 && bookmark < kIndexed) {
+        if (static_cast<size_t>(bookmark) >= byBookmark_.size())
+            byBookmark_.resize(std::min(static_cast<size_t>(bookmark) * 2 + 16, static_cast<size_t>(kIndexed)));
+        slot = &byBookmark_[static_cast<size_t>(bookmark)];
+    } else {
+        slot = &storage_[bookmark];
+    }
+    if (!*slot) *slot = std::make_unique<TcxTreeListNode>();
+    return **slot;
 }
 
 const TField* TcxDBTreeList::ColumnField(int column) const {
@@ -354,9 +418,7 @@ void TcxDBTreeList::Rebuild() {
                                              ? previousNodes[static_cast<size_t>(row)]
                                              : nullptr;
                     if (!n || n->bookmark_ != bookmark) {
-                        auto& slot = storage_[bookmark];
-                        if (!slot) slot = std::make_unique<TcxTreeListNode>();
-                        n = slot.get();
+                        n = &NodeOfBookmark(bookmark);
                     }
                     n->tree_ = this;
                     n->parent_ = parent;
@@ -367,7 +429,7 @@ void TcxDBTreeList::Rebuild() {
                     n->key_ = t->RowValue(row, *keyField);
                     n->parentKey_ = t->RowValue(row, *parentField);
                     n->absoluteIndex_ = static_cast<int>(all_.size());
-                    n->expanded_ = !n->key_.IsNull() && expandedKeys_.count(n->key_.AsString()) > 0;
+                    n->expanded_ = !n->key_.IsNull() && expandedKeys_.Has(n->key_);
                     // The cells as they stand now; texts and values are made again when read.
                     n->cells_.resize(columnCount);
                     n->texts_.resize(columnCount);

@@ -20,6 +20,18 @@
 
 class TcxDBTreeList;
 
+// Which keys stand expanded, by their text: a key whose text spells an integer is held as the
+// integer, so that a rebuild asks without making texts.
+class TExpandedKeys {
+public:
+    void Set(const Variant& key, bool expanded);
+    bool Has(const Variant& key) const;
+
+private:
+    std::unordered_set<int64_t> ints_;
+    std::unordered_set<std::string> texts_;
+};
+
 enum class TcxSortOrder { soNone, soAscending, soDescending };
 
 class TcxDBTreeListColumn {
@@ -185,17 +197,21 @@ private:
     TcxTreeListNode* NodeOfRow(int row) const;
     // The field of a column as the tree last followed the table; nullptr when it has none.
     const TField* ColumnField(int column) const;
+    // The one node object of a bookmark, made when first asked for.
+    TcxTreeListNode& NodeOfBookmark(TBookmark bookmark);
 
     TDataSource* source_ = nullptr;
     std::vector<std::unique_ptr<TcxDBTreeListColumn>> columns_;
     // One node object per row, by the row's bookmark, kept across rebuilds: a node handed out
-    // stays valid for the tree's life. A node whose row is no longer shown is detached.
+    // stays valid for the tree's life. A node whose row is no longer shown is detached. Nodes of
+    // bookmarks from 1 to 2^24 stand in byBookmark_, others here.
     std::unordered_map<TBookmark, std::unique_ptr<TcxTreeListNode>> storage_;
     std::vector<TcxTreeListNode*> roots_;
     std::vector<TcxTreeListNode*> all_;  // absolute order
     TcxTreeListNode* focused_ = nullptr;
     TcxTreeListNode* hitNode_ = nullptr;
-    std::unordered_set<std::string> expandedKeys_;  // kept across rebuilds
+    TExpandedKeys expandedKeys_;                    // kept across rebuilds
+    std::vector<std::unique_ptr<TcxTreeListNode>> byBookmark_;  // nodes of the bookmarks below 2^24
     std::vector<int> columnFields_;                 // per column: its field's index, -1 for none
     std::vector<TcxTreeListNode*> rowToNode_;  // by the table's row index
     friend class TcxTreeListNode;
