@@ -339,8 +339,9 @@ bool PassCompletedAfter(TdxMemData& t, TDateTime cutoff) {
     if (t.RowCount() == 0 || t.Filtered()) return false;
     if (!t.ControlsDisabled() && !EveryTaskHangsFromTheRoot(t)) return false;
     const int field = t.FieldByName("Date_Complete").Index();
+    // The trees' handlers keep a field of the task under the cursor only when it holds a value.
     return walk::PassRows(
-        t,
+        t, walk::TCarry::EveryField,
         [&](int row) {
             double d = 0;
             if (!walk::ReadDate(t.Cell(row, field), d)) return walk::TRowLook::Unreadable;

@@ -104,8 +104,9 @@ bool TfmTime::PassTimeSince(TdxMemData& t, TDateTime since, bool showClosed) {
     const int closed = t.FieldByName("Closed").Index();
     const int date = t.FieldByName("Time_Date").Index();
     bool tellsViews = !t.ControlsDisabled();
+    // The grid and the editor's check box show the row under the cursor and keep nothing of it.
     bool done = walk::PassRows(
-        t,
+        t, walk::TCarry::Nothing,
         [&](int row) {
             bool isClosed = false;
             double d = 0;

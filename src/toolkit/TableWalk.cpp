@@ -4,7 +4,7 @@
 
 namespace walk {
 
-void FinishWalk(TdxMemData& t) {
+void FinishWalk(TdxMemData& t, TCarry carry) {
     const int n = t.RowCount();
     if (n == 0) return;  // First left the cursor at both ends
     if (t.ControlsDisabled()) {
@@ -16,7 +16,8 @@ void FinishWalk(TdxMemData& t) {
     // holds a value carries the last such row over. Each such row is shown in table order, then
     // the last row; every other row's effects the later rows overwrite.
     std::vector<int> stops;
-    for (int f = 0, fields = t.FieldCount(); f < fields; ++f)
+    const int fields = carry == TCarry::EveryField ? t.FieldCount() : 0;
+    for (int f = 0; f < fields; ++f)
         for (int row = n - 1; row > 0; --row)
             if (!std::holds_alternative<std::monostate>(t.Cell(row, f))) {
                 stops.push_back(row);

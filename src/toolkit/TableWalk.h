@@ -41,9 +41,15 @@ inline bool ReadBoolean(const TCell& c, bool& out) {
     return false;
 }
 
+// Whether a view that follows the table keeps values of the row under the cursor from one move
+// to the next (a handler that copies a field only when it holds a value, as the task trees' do),
+// or only what the last move shows (a grid's focus, a bound check box).
+enum class TCarry { EveryField, Nothing };
+
 // Moves the cursor, after the caller's pass over an unfiltered table that stands on its first
-// row, to where the walk leaves it, showing the views the rows named above.
-void FinishWalk(TdxMemData& t);
+// row, to where the walk leaves it, showing the views the rows named above (with Nothing, only
+// the last row).
+void FinishWalk(TdxMemData& t, TCarry carry);
 
 // The pass: after the caller's First on an unfiltered table, looks at each row in table order and
 // appends the one-based position of each that passes, then finishes the walk. When a row is
@@ -51,7 +57,7 @@ void FinishWalk(TdxMemData& t);
 // caller walks row by row, which fails where the walk fails. A filtered table is left to the
 // caller too (false).
 template <class Look>
-bool PassRows(TdxMemData& t, Look look, std::vector<int>& positions) {
+bool PassRows(TdxMemData& t, TCarry carry, Look look, std::vector<int>& positions) {
     if (t.Filtered() || !t.Active()) return false;
     const int n = t.RowCount();
     const size_t before = positions.size();
@@ -63,7 +69,7 @@ bool PassRows(TdxMemData& t, Look look, std::vector<int>& positions) {
         }
         if (r == TRowLook::Pass) positions.push_back(row + 1);
     }
-    FinishWalk(t);
+    FinishWalk(t, carry);
     return true;
 }
 
