@@ -338,7 +338,9 @@ bool EveryTaskHangsFromTheRoot(const TdxMemData& t) {
 bool PassCompletedAfter(TdxMemData& t, TDateTime cutoff) {
     if (t.RowCount() == 0 || t.Filtered()) return false;
     if (!t.ControlsDisabled() && !EveryTaskHangsFromTheRoot(t)) return false;
-    const int field = t.FieldByName("Date_Complete").Index();
+    const TField* dateComplete = t.FindField("Date_Complete");
+    if (!dateComplete) return false;  // the walk raises at its first row
+    const int field = dateComplete->Index();
     // The trees' handlers keep a field of the task under the cursor only when it holds a value.
     return walk::PassRows(
         t, walk::TCarry::EveryField,

@@ -101,8 +101,11 @@ void TfmTime::UnfilterTime() {
 
 bool TfmTime::PassTimeSince(TdxMemData& t, TDateTime since, bool showClosed) {
     if (t.RowCount() == 0 || t.Filtered()) return false;
-    const int closed = t.FieldByName("Closed").Index();
-    const int date = t.FieldByName("Time_Date").Index();
+    const TField* closedField = t.FindField("Closed");
+    const TField* dateField = t.FindField("Time_Date");
+    if (!closedField || !dateField) return false;  // the walk raises where it first reads one
+    const int closed = closedField->Index();
+    const int date = dateField->Index();
     bool tellsViews = !t.ControlsDisabled();
     // The grid and the editor's check box show the row under the cursor and keep nothing of it.
     bool done = walk::PassRows(
@@ -151,9 +154,11 @@ namespace {
 // were, when a cell doesn't read as the walk reads it or a sum fails: the walk then runs.
 bool SumTimeSince(TdxMemData& t, TDateTime weekStart, TDateTime monthStart, TfmTime::TTimeSummary& sums) {
     if (!t.ControlsDisabled() || !t.Active()) return false;
-    const int date = t.FieldByName("Time_Date").Index();
-    const int amount = t.FieldByName("Dec_Time").Index();
-    if (t.FieldByName("Dec_Time").DataType() != TFieldType::ftCurrency) return false;
+    const TField* dateField = t.FindField("Time_Date");
+    const TField* amountField = t.FindField("Dec_Time");
+    if (!dateField || !amountField || amountField->DataType() != TFieldType::ftCurrency) return false;
+    const int date = dateField->Index();
+    const int amount = amountField->Index();
     TfmTime::TTimeSummary out = sums;
     const int rowCount = t.RowCount();
     try {
