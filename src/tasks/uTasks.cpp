@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <limits>
+#include <unordered_map>
 #include <vector>
 
 #include "base/Clock.h"
@@ -13,6 +14,7 @@
 #include "platform/Text.h"
 #include "store/MemData.h"
 #include "toolkit/DBTreeList.h"
+#include "toolkit/TableWalk.h"
 
 using outlook::_TaskItem;
 using platform::QueryInterface;
@@ -292,6 +294,67 @@ std::string GetNodeFullDescription(TcxTreeListNode* Node) {
     return WalkUp(Node, "cl1Description", "Description", " \\ ");
 }
 
+namespace {
+
+// Whether every row of the tasks table hangs from the root through rows of the table, so that
+// each row is a node of a tree on it: then each move of the cursor changes a tree's focus.
+bool EveryTaskHangsFromTheRoot(const TdxMemData& t) {
+    const TField* id = t.FindField("ID");
+    const TField* parent = t.FindField("Parent_ID");
+    if (!id || !parent) return false;
+    const int n = t.RowCount();
+    std::unordered_map<int64_t, int> rowOfID;
+    rowOfID.reserve(static_cast<size_t>(n));
+    std::vector<int64_t> parents(static_cast<size_t>(n));
+    for (int row = 0; row < n; ++row) {
+        const auto* key = std::get_if<int64_t>(&t.Cell(row, id->Index()));
+        const auto* up = std::get_if<int64_t>(&t.Cell(row, parent->Index()));
+        if (!key || !up) return false;
+        if (!rowOfID.emplace(*key, row).second) return false;  // a key twice: leave it to the walk
+        parents[static_cast<size_t>(row)] = *up;
+    }
+    // 1: reaches the root; 2: being followed.
+    std::vector<uint8_t> state(static_cast<size_t>(n), 0);
+    std::vector<int> chain;
+    for (int row = 0; row < n; ++row) {
+        chain.clear();
+        int r = row;
+        while (state[static_cast<size_t>(r)] == 0) {
+            state[static_cast<size_t>(r)] = 2;
+            chain.push_back(r);
+            int64_t up = parents[static_cast<size_t>(r)];
+            if (up == -1) break;
+            auto it = rowOfID.find(up);
+            if (it == rowOfID.end()) return false;
+            r = it->second;
+            if (state[static_cast<size_t>(r)] == 2) return false;  // a ring
+        }
+        for (int c : chain) state[static_cast<size_t>(c)] = 1;
+    }
+    return true;
+}
+
+// The pass of FilterTasks over the Date_Complete column, when it reads as the walk reads and the
+// trees that follow the cursor would see each move; false leaves the walk to the caller.
+bool PassCompletedAfter(TdxMemData& t, TDateTime cutoff) {
+    if (t.RowCount() == 0 || t.Filtered()) return false;
+    if (!t.ControlsDisabled() && !EveryTaskHangsFromTheRoot(t)) return false;
+    const TField* dateComplete = t.FindField("Date_Complete");
+    if (!dateComplete) return false;  // the walk raises at its first row
+    const int field = dateComplete->Index();
+    // The trees' handlers keep a field of the task under the cursor only when it holds a value.
+    return walk::PassRows(
+        t, walk::TCarry::EveryField,
+        [&](int row) {
+            double d = 0;
+            if (!walk::ReadDate(t.Cell(row, field), d)) return walk::TRowLook::Unreadable;
+            return d > cutoff ? walk::TRowLook::Pass : walk::TRowLook::Skip;
+        },
+        t.FilterList());
+}
+
+}  // namespace
+
 void UnfilterTasks() {
     Swallow([] {
         TdxMemData& t = Tasks();
@@ -307,9 +370,11 @@ void FilterTasks(int Days) {
         TDateTime cutoff = Date() - Days;
         t.SetProgrammedFilter(true);
         t.First();
-        while (!t.Eof()) {
-            if (t.FieldByName("Date_Complete").AsDateTime() > cutoff) t.FilterList().push_back(t.CurRec() + 1);
-            t.Next();
+        if (!PassCompletedAfter(t, cutoff)) {
+            while (!t.Eof()) {
+                if (t.FieldByName("Date_Complete").AsDateTime() > cutoff) t.FilterList().push_back(t.CurRec() + 1);
+                t.Next();
+            }
         }
         t.SetFiltered(true);
         // The callers rely on this to balance their own DisableControls.

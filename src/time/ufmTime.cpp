@@ -7,6 +7,7 @@
 #include "reports/uExcel.h"
 #include "time/uTime.h"
 #include "time/ufmTimeMemo.h"
+#include "toolkit/TableWalk.h"
 
 namespace {
 
@@ -98,6 +99,33 @@ void TfmTime::UnfilterTime() {
     t.SetFiltered(false);
 }
 
+bool TfmTime::PassTimeSince(TdxMemData& t, TDateTime since, bool showClosed) {
+    if (t.RowCount() == 0 || t.Filtered()) return false;
+    const TField* closedField = t.FindField("Closed");
+    const TField* dateField = t.FindField("Time_Date");
+    if (!closedField || !dateField) return false;  // the walk raises where it first reads one
+    const int closed = closedField->Index();
+    const int date = dateField->Index();
+    bool tellsViews = !t.ControlsDisabled();
+    // The grid and the editor's check box show the row under the cursor and keep nothing of it.
+    bool done = walk::PassRows(
+        t, walk::TCarry::Nothing,
+        [&](int row) {
+            bool isClosed = false;
+            double d = 0;
+            if (!walk::ReadBoolean(t.Cell(row, closed), isClosed)) return walk::TRowLook::Unreadable;
+            if (isClosed && !showClosed) return walk::TRowLook::Skip;  // the date is not read then
+            if (!walk::ReadDate(t.Cell(row, date), d)) return walk::TRowLook::Unreadable;
+            return d >= since ? walk::TRowLook::Pass : walk::TRowLook::Skip;
+        },
+        t.FilterList());
+    // The walk showed the grid every row, and a grouped grid opens the group of each row shown.
+    TcxGridDBBandedTableView& v = cxGrid4DBBandedTableView2;
+    if (done && tellsViews && v.GroupingColumn())
+        for (int g = 0, n = v.GroupCount(); g < n; ++g) v.SetGroupExpanded(g, true);
+    return done;
+}
+
 void TfmTime::FilterTime() {
     Swallow([this] {
         TdxMemData& t = TimeTable();
@@ -108,14 +136,52 @@ void TfmTime::FilterTime() {
         TDateTime since = DateTimePicker2.Date() - 1;
         bool showClosed = Live(Globals().ShowClosedCheck).Checked();
         t.First();
-        while (!t.Eof()) {
-            bool open = !t.FieldByName("Closed").AsBoolean() || showClosed;
-            if (open && t.FieldByName("Time_Date").AsDateTime() >= since) t.FilterList().push_back(t.CurRec() + 1);
-            t.Next();
+        if (!PassTimeSince(t, since, showClosed)) {
+            while (!t.Eof()) {
+                bool open = !t.FieldByName("Closed").AsBoolean() || showClosed;
+                if (open && t.FieldByName("Time_Date").AsDateTime() >= since) t.FilterList().push_back(t.CurRec() + 1);
+                t.Next();
+            }
         }
         t.SetFiltered(true);
     });
 }
+
+namespace {
+
+// GetTimeSummary's walk as one pass over the shown rows' cells, with the cursor left on the last
+// row as the walk leaves it (nobody is told: controls are disabled). False, with the sums as they
+// were, when a cell doesn't read as the walk reads it or a sum fails: the walk then runs.
+bool SumTimeSince(TdxMemData& t, TDateTime weekStart, TDateTime monthStart, TfmTime::TTimeSummary& sums) {
+    if (!t.ControlsDisabled() || !t.Active()) return false;
+    const TField* dateField = t.FindField("Time_Date");
+    const TField* amountField = t.FindField("Dec_Time");
+    if (!dateField || !amountField || amountField->DataType() != TFieldType::ftCurrency) return false;
+    const int date = dateField->Index();
+    const int amount = amountField->Index();
+    TfmTime::TTimeSummary out = sums;
+    const int rowCount = t.RowCount();
+    try {
+        for (int row : t.VisibleRows()) {
+            if (row < 0 || row >= rowCount) return false;
+            double d = 0;
+            if (!walk::ReadDate(t.Cell(row, date), d)) return false;
+            const TCell& c = t.Cell(row, amount);
+            Currency a{};
+            if (const auto* raw = std::get_if<int64_t>(&c)) a = Currency::FromRaw(*raw);
+            else if (!std::holds_alternative<std::monostate>(c)) return false;
+            if (d >= weekStart) out.Week += a;
+            if (d >= monthStart) out.Month += a;
+        }
+    } catch (...) {
+        return false;
+    }
+    if (t.RecordCount() > 0) t.Last();
+    sums = out;
+    return true;
+}
+
+}  // namespace
 
 TfmTime::TTimeSummary TfmTime::GetTimeSummary() {
     TTimeSummary sums;
@@ -130,6 +196,7 @@ TfmTime::TTimeSummary TfmTime::GetTimeSummary() {
         t.DisableControls();
         Swallow([&] {
             t.First();
+            if (SumTimeSince(t, weekStart, monthStart, sums)) return;
             while (!t.Eof()) {
                 TDateTime date = t.FieldByName("Time_Date").AsDateTime();
                 Currency amount = t.FieldByName("Dec_Time").AsCurrency();

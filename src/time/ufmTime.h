@@ -42,6 +42,9 @@ public:
     // The filter: off, or made anew from the table's rows (silent on failure).
     static void UnfilterTime();
     void FilterTime();
+    // FilterTime's pass over the Closed and Time_Date columns, leaving the cursor and this pane's
+    // grid as the row-by-row walk leaves them; false when the walk must be made row by row.
+    bool PassTimeSince(TdxMemData& t, TDateTime since, bool showClosed);
     // Walks the shown rows summing the hours since Monday and since the first of the month, and
     // leaves the cursor where it was. Its callers drop the sums: the grid's footers are the
     // totals a user sees.

@@ -95,6 +95,50 @@ TcxGridDBColumn* TcxGridDBTableView::GroupingColumn() const {
     return best;
 }
 
+namespace {
+
+// Orders rows by a field whose cells are all numbers of one kind (or null, which stands first),
+// as CompareCells orders them, ties in the given order; false when some cell is of another kind.
+bool SortByNumbers(const TdxMemData& t, const TField& field, bool desc, std::vector<int>& rows) {
+    const int fi = field.Index();
+    struct Key {
+        bool present;
+        double value;
+        int row;
+    };
+    std::vector<Key> keys;
+    keys.reserve(rows.size());
+    int kind = -1;  // the TCell alternative of the values: 1 integer, 2 double
+    for (int row : rows) {
+        const TCell& c = t.Cell(row, fi);
+        if (std::holds_alternative<std::monostate>(c)) {
+            keys.push_back({false, 0, row});
+            continue;
+        }
+        int k = static_cast<int>(c.index());
+        if (k != 1 && k != 2) return false;
+        if (kind >= 0 && k != kind) return false;
+        kind = k;
+        if (k == 1) {
+            int64_t v = std::get<int64_t>(c);
+            if (v > (int64_t{1} << 53) || v < -(int64_t{1} << 53)) return false;  // not exact as a double
+            keys.push_back({true, static_cast<double>(v), row});
+        } else {
+            double v = std::get<double>(c);
+            if (v != v) return false;  // NaN: CompareCells' own rules
+            keys.push_back({true, v, row});
+        }
+    }
+    std::stable_sort(keys.begin(), keys.end(), [desc](const Key& a, const Key& b) {
+        int r = a.present != b.present ? (a.present ? 1 : -1) : (a.value < b.value ? -1 : a.value > b.value ? 1 : 0);
+        return desc ? r > 0 : r < 0;
+    });
+    for (size_t i = 0; i < keys.size(); ++i) rows[i] = keys[i].row;
+    return true;
+}
+
+}  // namespace
+
 void TcxGridDBTableView::EnsureOrder() const {
     TdxMemData* t = DataSet();
     const TcxGridDBColumn* column = SortColumn();
@@ -139,7 +183,9 @@ void TcxGridDBTableView::EnsureOrder() const {
         rankOfRow.assign(static_cast<size_t>(rowCount), -1);
         for (int row : order_.rows) rankOfRow[static_cast<size_t>(row)] = distinct[t->Cell(row, fi)];
     }
-    if (sortField || groupField) {
+    if (sortField && !groupField && SortByNumbers(*t, *sortField, sortDesc, order_.rows)) {
+        // Sorted by a number or date: ordered on the values themselves.
+    } else if (sortField || groupField) {
         std::stable_sort(order_.rows.begin(), order_.rows.end(), [&](int a, int b) {
             if (groupField) {
                 int ra = rankOfRow[static_cast<size_t>(a)], rb = rankOfRow[static_cast<size_t>(b)];
@@ -344,16 +390,30 @@ int TcxGridDBTableView::FocusedRecordIndex() const {
     return RecordIndexOfRow(row);
 }
 
+bool TcxGridDBTableView::RowShown(int row) const {
+    if (!Bound() || row < 0 || row >= DataSet()->RowCount()) return false;
+    TdxMemData* t = DataSet();
+    if (Ordered() && order_.valid && static_cast<int>(order_.indexOfRow.size()) == t->RowCount() &&
+        order_.shownCount == t->RecordCount())
+        return order_.indexOfRow[static_cast<size_t>(row)] >= 0;
+    if (!t->Filtered()) return true;
+    const std::vector<int>& list = t->FilterList();
+    int n = static_cast<int>(list.size());
+    int pos = t->RecNo() - 1;
+    if (pos >= 0 && pos < n && list[static_cast<size_t>(pos)] == row + 1) return true;
+    return std::find(list.begin(), list.end(), row + 1) != list.end();
+}
+
 void TcxGridDBTableView::SyncFocusToCursor(bool layoutChanged) {
-    // Runs at every move of the cursor: one look at the cursor's row, nothing per row.
+    // Runs at every move of the cursor: one look at the cursor's row, nothing per row. The
+    // record's place in a sorted view is worked out only when something needs it (a grouped view,
+    // a handler to tell), so that a change of the table doesn't order the view at once.
     TdxMemData* t = DataSet();
     int row = -1;
-    int index = -1;
-    if (Bound() && t->RecordCount() > 0) {
-        index = RecordIndexOfRow(t->CurRec());
-        if (index >= 0) row = t->CurRec();
-    }
+    if (Bound() && t->RecordCount() > 0 && RowShown(t->CurRec())) row = t->CurRec();
     TBookmark now = row >= 0 ? t->RowBookmark(row) : 0;
+    const bool wantIndex = GroupingColumn() || OnFocusedRecordChanged;
+    int index = row >= 0 && wantIndex ? RecordIndexOfRow(row) : -1;
     int previous = layoutChanged ? -1 : focusedIndex_;
     focusedRow_ = row;
     focusedIndex_ = index;

@@ -297,6 +297,8 @@ private:
     const TcxGridDBColumn* SortColumn() const;
     bool Ordered() const;
     void EnsureOrder() const;
+    // Whether the view shows a table row, without ordering the view.
+    bool RowShown(int row) const;
     // Expands the group of a record that takes the focus.
     void RevealRecord(int index);
     Variant SummaryValue(const TcxGridDBTableSummaryItem& item, int first, int count) const;

@@ -9,9 +9,53 @@
 
 void TcxTreeListNode::SetExpanded(bool value) {
     expanded_ = value;
-    std::string key = key_.AsString();
-    if (value) tree_->expandedKeys_.insert(key);
-    else tree_->expandedKeys_.erase(key);
+    tree_->expandedKeys_.Set(key_, value);
+}
+
+// ---- expanded keys ------------------------------------------------------------------------------
+
+namespace {
+
+// The integer a key's text spells exactly ("12", "-1"; not "012" or "1.0"), if any.
+bool TextIsInteger(const std::string& text, int64_t& out) {
+    if (text.empty() || text.size() > 20) return false;
+    try {
+        size_t used = 0;
+        long long v = std::stoll(text, &used);
+        if (used != text.size() || std::to_string(v) != text) return false;
+        out = v;
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+}  // namespace
+
+void TExpandedKeys::Set(const Variant& key, bool expanded) {
+    int64_t i = 0;
+    if (key.type() == Variant::Type::Integer) {
+        if (expanded) ints_.insert(key.AsInt64());
+        else ints_.erase(key.AsInt64());
+        return;
+    }
+    std::string text = key.AsString();
+    if (TextIsInteger(text, i)) {
+        if (expanded) ints_.insert(i);
+        else ints_.erase(i);
+    } else if (expanded) {
+        texts_.insert(text);
+    } else {
+        texts_.erase(text);
+    }
+}
+
+bool TExpandedKeys::Has(const Variant& key) const {
+    if (key.type() == Variant::Type::Integer) return ints_.count(key.AsInt64()) > 0;
+    std::string text = key.AsString();
+    int64_t i = 0;
+    if (TextIsInteger(text, i)) return ints_.count(i) > 0;
+    return texts_.count(text) > 0;
 }
 
 void TcxTreeListNode::Expand(bool recurse) {
@@ -27,6 +71,28 @@ void TcxTreeListNode::Collapse(bool recurse) {
 }
 
 bool TcxTreeListNode::Focused() const { return tree_->FocusedNode() == this; }
+
+const std::string& TcxTreeListNode::Texts(int columnIndex) const {
+    size_t c = static_cast<size_t>(columnIndex);
+    if (c >= cells_.size()) return texts_.at(c);  // raises as an index out of range does
+    if (!(made_[c] & 1)) {
+        const TField* f = tree_->ColumnField(columnIndex);
+        texts_[c] = f ? f->CellDisplayText(cells_[c]) : std::string();
+        made_[c] |= 1;
+    }
+    return texts_[c];
+}
+
+const Variant& TcxTreeListNode::Values(int columnIndex) const {
+    size_t c = static_cast<size_t>(columnIndex);
+    if (c >= cells_.size()) return values_.at(c);
+    if (!(made_[c] & 2)) {
+        const TField* f = tree_->ColumnField(columnIndex);
+        values_[c] = f ? f->CellToVariant(cells_[c]) : Variant();
+        made_[c] |= 2;
+    }
+    return values_[c];
+}
 
 // ---- the tree -----------------------------------------------------------------------------------
 
@@ -75,13 +141,18 @@ TcxTreeListNode* TcxDBTreeList::FindNodeByKeyValue(const Variant& key) const {
 
 std::vector<TcxTreeListNode*> TcxDBTreeList::VisibleNodes() const {
     std::vector<TcxTreeListNode*> out;
-    std::function<void(const std::vector<TcxTreeListNode*>&)> walk = [&](const std::vector<TcxTreeListNode*>& nodes) {
-        for (TcxTreeListNode* n : nodes) {
-            out.push_back(n);
-            if (n->expanded_) walk(n->children_);
+    // Depth first: each level's place is kept on a stack.
+    std::vector<std::pair<const std::vector<TcxTreeListNode*>*, size_t>> stack{{&roots_, 0}};
+    while (!stack.empty()) {
+        auto& [nodes, next] = stack.back();
+        if (next >= nodes->size()) {
+            stack.pop_back();
+            continue;
         }
-    };
-    walk(roots_);
+        TcxTreeListNode* n = (*nodes)[next++];
+        out.push_back(n);
+        if (n->expanded_ && !n->children_.empty()) stack.push_back({&n->children_, 0});
+    }
     return out;
 }
 
@@ -182,10 +253,110 @@ void TcxDBTreeList::DataEvent(TdxMemData&, TDataEvent event, TField*) {
     else if (event == TDataEvent::DataSetScroll) SyncFocusToCursor();
 }
 
+TcxTreeListNode& TcxDBTreeList::NodeOfBookmark(TBookmark bookmark) {
+    // Bookmarks are given out counting up from 1: most find their node by index.
+    constexpr TBookmark kIndexed = 1 << 24;
+    std::unique_ptr<TcxTreeListNode>* slot = nullptr;
+    if (bookmark > 0 && bookmark < kIndexed) {
+        if (static_cast<size_t>(bookmark) >= byBookmark_.size())
+            byBookmark_.resize(std::min(static_cast<size_t>(bookmark) * 2 + 16, static_cast<size_t>(kIndexed)));
+        slot = &byBookmark_[static_cast<size_t>(bookmark)];
+    } else {
+        slot = &storage_[bookmark];
+    }
+    if (!*slot) *slot = std::make_unique<TcxTreeListNode>();
+    return **slot;
+}
+
+const TField* TcxDBTreeList::ColumnField(int column) const {
+    TdxMemData* t = DataSet();
+    if (!t || column < 0 || column >= static_cast<int>(columnFields_.size())) return nullptr;
+    int f = columnFields_[static_cast<size_t>(column)];
+    return f >= 0 && f < t->FieldCount() ? &t->Fields(f) : nullptr;
+}
+
+namespace {
+
+// The rows of each parent key. A key is matched by its text, as a value shows; when every key
+// and parent cell is an integer of a field shown as an integer, the integers stand for the texts.
+class TParentIndex {
+public:
+    TParentIndex(const TdxMemData& t, const TField& key, const TField& parent, const std::vector<int>& rows)
+        : t_(t), key_(key), parent_(parent) {
+        ints_ = ShownAsInteger(key) && ShownAsInteger(parent);
+        for (size_t i = 0; ints_ && i < rows.size(); ++i)
+            ints_ = IntegerOrNull(t.Cell(rows[i], key.Index())) && IntegerOrNull(t.Cell(rows[i], parent.Index()));
+    }
+
+    // Files the rows under their parents; a row whose parent is the root value goes to roots.
+    void Add(const std::vector<int>& rows, const Variant& rootValue, std::vector<int>& roots) {
+        std::string root = rootValue.AsString();
+        bool rootIsInt = false;
+        int64_t rootInt = 0;
+        if (ints_ && !rootValue.IsNull()) {
+            try {
+                rootInt = rootValue.AsInt64();
+                rootIsInt = std::to_string(rootInt) == root;
+            } catch (...) {
+                rootIsInt = false;
+            }
+        }
+        for (int row : rows) {
+            const TCell& p = t_.Cell(row, parent_.Index());
+            if (std::holds_alternative<std::monostate>(p)) continue;
+            if (ints_) {
+                int64_t v = std::get<int64_t>(p);
+                if (rootIsInt && v == rootInt) roots.push_back(row);
+                else byInt_[v].push_back(row);
+            } else {
+                std::string text = parent_.CellToVariant(p).AsString();
+                if (!rootValue.IsNull() && text == root) roots.push_back(row);
+                else byText_[text].push_back(row);
+            }
+        }
+    }
+
+    // Takes the rows filed under a row's key away (each parent's rows are placed once).
+    bool Take(int row, std::vector<int>& out) {
+        const TCell& k = t_.Cell(row, key_.Index());
+        if (std::holds_alternative<std::monostate>(k)) return false;
+        if (ints_) {
+            auto it = byInt_.find(std::get<int64_t>(k));
+            if (it == byInt_.end()) return false;
+            out = std::move(it->second);
+            byInt_.erase(it);
+            return true;
+        }
+        auto it = byText_.find(key_.CellToVariant(k).AsString());
+        if (it == byText_.end()) return false;
+        out = std::move(it->second);
+        byText_.erase(it);
+        return true;
+    }
+
+private:
+    static bool ShownAsInteger(const TField& f) {
+        return f.DataType() != TFieldType::ftBoolean && f.DataType() != TFieldType::ftCurrency;
+    }
+    static bool IntegerOrNull(const TCell& c) {
+        return std::holds_alternative<std::monostate>(c) || std::holds_alternative<int64_t>(c);
+    }
+
+    const TdxMemData& t_;
+    const TField& key_;
+    const TField& parent_;
+    bool ints_ = false;
+    std::unordered_map<int64_t, std::vector<int>> byInt_;
+    std::unordered_map<std::string, std::vector<int>> byText_;
+};
+
+}  // namespace
+
 void TcxDBTreeList::Rebuild() {
     TBookmark focusedBookmark = focused_ ? focused_->bookmark_ : 0;
     focused_ = nullptr;
-    for (auto& [bookmark, node] : storage_) {  // every node is detached until placed again
+    // Every node is detached until placed again; those not placed last time are detached already.
+    for (TcxTreeListNode* node : all_) {
         node->parent_ = nullptr;
         node->children_.clear();
         node->level_ = 0;
@@ -195,27 +366,28 @@ void TcxDBTreeList::Rebuild() {
     }
     roots_.clear();
     all_.clear();
-    rowToNode_.clear();
+    // The node of each row last time: a row that kept its place finds its node without a search.
+    std::vector<TcxTreeListNode*> previousNodes;
+    previousNodes.swap(rowToNode_);
 
     TdxMemData* t = DataSet();
     TField* keyField = t ? t->FindField(KeyField) : nullptr;
     TField* parentField = t ? t->FindField(ParentField) : nullptr;
+    columnFields_.clear();
     if (t && t->Active() && keyField && parentField) {
         rowToNode_.assign(static_cast<size_t>(t->RowCount()), nullptr);
-        std::vector<TField*> colFields;
-        for (const auto& c : columns_) colFields.push_back(t->FindField(c->FieldName()));
-
-        // Rows the table shows, grouped by the text of their parent key.
-        std::unordered_map<std::string, std::vector<int>> byParent;
-        std::string root = RootValue.AsString();
-        std::vector<int> rootRows;
-        for (int row : t->VisibleRows()) {
-            Variant parent = t->RowValue(row, *parentField);
-            if (parent.IsNull()) continue;
-            std::string p = parent.AsString();
-            if (!RootValue.IsNull() && p == root) rootRows.push_back(row);
-            else byParent[p].push_back(row);
+        for (const auto& c : columns_) {
+            TField* f = t->FindField(c->FieldName());
+            columnFields_.push_back(f ? f->Index() : -1);
         }
+        const size_t columnCount = columns_.size();
+
+        // Rows the table shows, grouped by their parent key.
+        std::vector<int> shown = t->VisibleRows();
+        all_.reserve(shown.size());
+        TParentIndex byParent(*t, *keyField, *parentField, shown);
+        std::vector<int> rootRows;
+        byParent.Add(shown, RootValue, rootRows);
 
         // Children stand in the order of the sorted column, ties in table order.
         TcxDBTreeListColumn* sortColumn = nullptr;
@@ -226,7 +398,7 @@ void TcxDBTreeList::Rebuild() {
             }
         TField* sortField = sortColumn ? t->FindField(sortColumn->FieldName()) : nullptr;
         auto sortRows = [&](std::vector<int>& rows) {
-            if (!sortField) return;
+            if (!sortField || rows.size() < 2) return;
             bool desc = sortColumn->SortOrder == TcxSortOrder::soDescending;
             int fi = sortField->Index();
             std::stable_sort(rows.begin(), rows.end(), [&](int a, int b) {
@@ -235,40 +407,49 @@ void TcxDBTreeList::Rebuild() {
             });
         };
 
-        std::function<void(std::vector<int>, TcxTreeListNode*, std::vector<TcxTreeListNode*>&)> place =
-            [&](std::vector<int> rows, TcxTreeListNode* parent, std::vector<TcxTreeListNode*>& into) {
+        std::vector<int> kids;
+        std::function<void(std::vector<int>&, TcxTreeListNode*, std::vector<TcxTreeListNode*>&)> place =
+            [&](std::vector<int>& rows, TcxTreeListNode* parent, std::vector<TcxTreeListNode*>& into) {
                 sortRows(rows);
                 for (int row : rows) {
                     if (rowToNode_[static_cast<size_t>(row)]) continue;  // each row is one node at most
-                    auto& slot = storage_[t->RowBookmark(row)];
-                    if (!slot) slot = std::make_unique<TcxTreeListNode>();
-                    TcxTreeListNode* n = slot.get();
-                    n->values_.clear();
-                    n->texts_.clear();
+                    TBookmark bookmark = t->RowBookmark(row);
+                    TcxTreeListNode* n = static_cast<size_t>(row) < previousNodes.size()
+                                             ? previousNodes[static_cast<size_t>(row)]
+                                             : nullptr;
+                    if (!n || n->bookmark_ != bookmark) {
+                        n = &NodeOfBookmark(bookmark);
+                    }
                     n->tree_ = this;
                     n->parent_ = parent;
                     n->level_ = parent ? parent->level_ + 1 : 0;
                     n->index_ = static_cast<int>(into.size());
                     n->row_ = row;
-                    n->bookmark_ = t->RowBookmark(row);
+                    n->bookmark_ = bookmark;
                     n->key_ = t->RowValue(row, *keyField);
                     n->parentKey_ = t->RowValue(row, *parentField);
                     n->absoluteIndex_ = static_cast<int>(all_.size());
-                    n->expanded_ = !n->key_.IsNull() && expandedKeys_.count(n->key_.AsString()) > 0;
-                    for (size_t c = 0; c < columns_.size(); ++c) {
-                        TField* f = colFields[c];
-                        n->values_.push_back(f ? t->RowValue(row, *f) : Variant());
-                        n->texts_.push_back(f ? f->CellDisplayText(t->Cell(row, f->Index())) : std::string());
+                    n->expanded_ = !n->key_.IsNull() && expandedKeys_.Has(n->key_);
+                    // The cells as they stand now; texts and values are made again when read.
+                    n->cells_.resize(columnCount);
+                    n->texts_.resize(columnCount);
+                    n->values_.resize(columnCount);
+                    n->made_.assign(columnCount, 0);
+                    for (size_t c = 0; c < columnCount; ++c) {
+                        int f = columnFields_[c];
+                        if (f < 0) {
+                            n->cells_[c] = TCell{};
+                            continue;
+                        }
+                        const TCell& now = t->Cell(row, f);
+                        if (!(n->cells_[c] == now)) n->cells_[c] = now;
                     }
                     rowToNode_[static_cast<size_t>(row)] = n;
                     into.push_back(n);
                     all_.push_back(n);
-                    if (n->key_.IsNull()) continue;
-                    auto it = byParent.find(n->key_.AsString());
-                    if (it != byParent.end()) {
-                        std::vector<int> kids = std::move(it->second);
-                        byParent.erase(it);
-                        place(std::move(kids), n, n->children_);
+                    if (byParent.Take(row, kids)) {
+                        std::vector<int> mine = std::move(kids);
+                        place(mine, n, n->children_);
                     }
                 }
             };

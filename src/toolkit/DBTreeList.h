@@ -3,10 +3,12 @@
 // value. The tree follows the table: its nodes are rebuilt when the rows, the filter or the sort
 // change, and its focused node follows the table's one cursor. Focusing a node moves the cursor.
 // Per-node pictures and cell font styles come from the form's handlers, so that they can be read
-// without pixels.
+// without pixels. A rebuild reads each shown row's key, parent and column cells once; texts are
+// made only for the nodes whose texts are read.
+#include <cstdint>
 #include <functional>
 #include <memory>
-#include <set>
+#include <unordered_set>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -17,6 +19,18 @@
 #include "toolkit/Forms.h"
 
 class TcxDBTreeList;
+
+// Which keys stand expanded, by their text: a key whose text spells an integer is held as the
+// integer, so that a rebuild asks without making texts.
+class TExpandedKeys {
+public:
+    void Set(const Variant& key, bool expanded);
+    bool Has(const Variant& key) const;
+
+private:
+    std::unordered_set<int64_t> ints_;
+    std::unordered_set<std::string> texts_;
+};
 
 enum class TcxSortOrder { soNone, soAscending, soDescending };
 
@@ -58,10 +72,11 @@ public:
     void Expand(bool recurse);
     void Collapse(bool recurse);
     bool Focused() const;
-    // Display text of a column for this node (hidden columns too).
-    const std::string& Texts(int columnIndex) const { return texts_.at(static_cast<size_t>(columnIndex)); }
-    // Value of a column for this node.
-    const Variant& Values(int columnIndex) const { return values_.at(static_cast<size_t>(columnIndex)); }
+    // Display text of a column for this node (hidden columns too), as the row stood when the tree
+    // last followed the table.
+    const std::string& Texts(int columnIndex) const;
+    // Value of a column for this node, likewise.
+    const Variant& Values(int columnIndex) const;
     TcxDBTreeList& TreeList() const { return *tree_; }
 
 private:
@@ -77,8 +92,12 @@ private:
     TBookmark bookmark_ = 0;
     int row_ = -1;
     bool expanded_ = false;
-    std::vector<std::string> texts_;
-    std::vector<Variant> values_;
+    // The row's cells of the columns when the tree last followed the table; the texts and values
+    // are made from them when first asked for after that.
+    std::vector<TCell> cells_;
+    mutable std::vector<std::string> texts_;
+    mutable std::vector<Variant> values_;
+    mutable std::vector<uint8_t> made_;  // per column: 1 text made, 2 value made
 };
 
 // Font style of a drawn cell.
@@ -176,17 +195,24 @@ private:
     void SyncFocusToCursor();
     void SetFocused(TcxTreeListNode* node);
     TcxTreeListNode* NodeOfRow(int row) const;
+    // The field of a column as the tree last followed the table; nullptr when it has none.
+    const TField* ColumnField(int column) const;
+    // The one node object of a bookmark, made when first asked for.
+    TcxTreeListNode& NodeOfBookmark(TBookmark bookmark);
 
     TDataSource* source_ = nullptr;
     std::vector<std::unique_ptr<TcxDBTreeListColumn>> columns_;
     // One node object per row, by the row's bookmark, kept across rebuilds: a node handed out
-    // stays valid for the tree's life. A node whose row is no longer shown is detached.
+    // stays valid for the tree's life. A node whose row is no longer shown is detached. Nodes of
+    // bookmarks from 1 to 2^24 stand in byBookmark_, others here.
     std::unordered_map<TBookmark, std::unique_ptr<TcxTreeListNode>> storage_;
     std::vector<TcxTreeListNode*> roots_;
     std::vector<TcxTreeListNode*> all_;  // absolute order
     TcxTreeListNode* focused_ = nullptr;
     TcxTreeListNode* hitNode_ = nullptr;
-    std::set<std::string> expandedKeys_;        // kept across rebuilds
+    TExpandedKeys expandedKeys_;                    // kept across rebuilds
+    std::vector<std::unique_ptr<TcxTreeListNode>> byBookmark_;  // nodes of the bookmarks below 2^24
+    std::vector<int> columnFields_;                 // per column: its field's index, -1 for none
     std::vector<TcxTreeListNode*> rowToNode_;  // by the table's row index
     friend class TcxTreeListNode;
 };

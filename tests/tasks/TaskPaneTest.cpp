@@ -112,6 +112,35 @@ TEST_F(TaskTest, ANewRowsNullStatusKeepsThePreviousTasksStatus) {
     EXPECT_EQ(Globals().TaskStatus, 2);
 }
 
+TEST_F(TaskTest, TheFirstFilterCarriesOverWhatItsWalkOverEveryTaskLeaves) {
+    Start();
+    int clients = Make(-1, 1, "Clients");
+    int old = Make(clients, 1, "Old matter");
+    int acme = Make(clients, 2, "Acme");
+    Tasks().Locate("ID", Variant(old));
+    Tasks().Edit();
+    Tasks().FieldByName("Status").SetAsInteger(3);
+    Tasks().FieldByName("Due_Date").SetAsDateTime(Date() - 400);
+    Tasks().Post();
+    Complete(old, Date() - 400);
+    Tasks().Locate("ID", Variant(acme));
+    OpenExplorer();
+    // The pane's first filter passes over every task with the tree following, so the long
+    // completed matter's status and due date stay with the first task shown, which has none.
+    EXPECT_EQ(Globals().CurrentTaskID, clients);
+    EXPECT_EQ(Pane().Label3.Caption(), "Clients");
+    EXPECT_EQ(Globals().TaskStatus, 3);
+    EXPECT_EQ(Globals().TaskDueDate, Date() - 400);
+    EXPECT_EQ(Globals().ChosenStatus, 3);
+    EXPECT_EQ(Tasks().RecordCount(), 2);
+    // A row whose parent is gone passes the filter and has no node.
+    Make(999, 1, "orphan");
+    FilterTasks(1);
+    EXPECT_EQ(Tasks().RecordCount(), 3);
+    EXPECT_EQ(Tree().AbsoluteCount(), 2);
+    EXPECT_EQ(Globals().CurrentTaskID, clients);
+}
+
 TEST_F(TaskTest, PicturesAndFontsFollowDatesStatusAndCompletion) {
     Start();
     TDateTime today = Date();

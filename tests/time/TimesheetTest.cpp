@@ -92,6 +92,19 @@ TEST_F(TimeTest, GroupedByTaskTheGridTotalsEachTaskAndAllInTheirOwnFormats) {
     EXPECT_EQ(v.GroupCount(), 0);
 }
 
+TEST_F(TimeTest, EachFilterOpensEveryGroupOfAGroupedGridAsItsPassShowsEachRow) {
+    Entry(acme, Date() - 1, 30);
+    Entry(borealis, Date() - 2, 45);
+    Entry(internal, Date() - 3, 60);
+    m().adxOlFormsManager1.ActivatePane(1);
+    TcxGridDBBandedTableView& v = Grid();
+    ASSERT_TRUE(v.UserGroupBy(Sheet().clTask_Name));
+    ASSERT_EQ(v.GroupCount(), 3);
+    for (int g = 0; g < 3; ++g) v.SetGroupExpanded(g, false);
+    ASSERT_TRUE(Sheet().UserClick("CheckBox1"));
+    for (int g = 0; g < 3; ++g) EXPECT_TRUE(v.Groups(g).Expanded) << v.Groups(g).DisplayText;
+}
+
 TEST_F(TimeTest, GoToMovesToADateAmongTheShownRowsOnly) {
     int shown = Entry(acme, Date() - 5, 30);
     Entry(acme, Date() - 90, 30);

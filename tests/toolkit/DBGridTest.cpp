@@ -324,3 +324,36 @@ TEST_F(GridTest, ASortingColumnOrdersTheRecordsAndKeepsTheTableUntouched) {
     EXPECT_EQ(fm.View2.RecordRow(2), -1);
     EXPECT_TRUE(fm.View2.KeyValue(2).IsNull());
 }
+
+TEST_F(GridTest, ADateColumnSortsEmptyDatesFirstAndKeepsTheTableOrderOfEqualOnes) {
+    Add(1, "noon");
+    Add(1, "empty");
+    Add(1, "morning");
+    Add(1, "noon too");
+    auto date = [&](const char* subject, TDateTime when) {
+        ASSERT_TRUE(table->Locate("Subject", Variant(subject)));
+        table->Edit();
+        if (when == 0) table->FieldByName("Date").Clear();
+        else table->FieldByName("Date").SetAsDateTime(when);
+        table->Post();
+    };
+    TDateTime day = EncodeDate(2026, 3, 2);
+    date("noon", day + 0.5);
+    date("empty", 0);
+    date("morning", day + 0.25);
+    date("noon too", day + 0.5);
+    TcxGridDBColumn& d = fm.View2.CreateColumn("cl2Date", "Date");
+    d.SortOrder = TcxSortOrder::soAscending;
+    EXPECT_EQ(Shown(fm.View2), "empty;morning;noon;noon too*;");
+    d.SortOrder = TcxSortOrder::soDescending;
+    EXPECT_EQ(Shown(fm.View2), "noon;noon too*;morning;empty;");
+    // An integer column sorts the same way.
+    table->Locate("Subject", Variant("empty"));
+    table->Edit();
+    table->FieldByName("TaskID").SetAsInteger(7);
+    table->Post();
+    TcxGridDBColumn& task = fm.View2.CreateColumn("cl2Task", "TaskID");
+    d.SortOrder = TcxSortOrder::soNone;
+    task.SortOrder = TcxSortOrder::soDescending;
+    EXPECT_EQ(Shown(fm.View2).substr(0, 6), "empty*");
+}

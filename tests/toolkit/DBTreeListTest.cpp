@@ -168,3 +168,99 @@ TEST_F(TreeFixture, MovingANodeWritesItsParentAndHooksAreReadable) {
     EXPECT_EQ(tree.NodeImageIndex(tree.Items(0)->Items(0)), -1);
     EXPECT_TRUE(tree.CellStyle(tree.Items(0), tree.Columns(0)).Bold);
 }
+
+namespace {
+
+// Everything a user or a handler can read of a tree: each node in order with its place, key,
+// parent key, and the texts and values of every column.
+std::string Dump(const TcxDBTreeList& t) {
+    std::string s;
+    for (int i = 0; i < t.AbsoluteCount(); ++i) {
+        TcxTreeListNode* n = t.AbsoluteItems(i);
+        s += std::to_string(n->Level()) + "/" + std::to_string(n->Index()) + "/" + std::to_string(n->AbsoluteIndex()) +
+             " " + n->KeyValue().AsString() + "<" + n->ParentKeyValue().AsString() + ":";
+        for (int c = 0; c < t.ColumnCount(); ++c) s += " " + n->Texts(c) + "=" + n->Values(c).AsString();
+        s += "\n";
+    }
+    return s;
+}
+
+}  // namespace
+
+TEST_F(TreeFixture, AfterEachKindOfChangeTheTreeReadsAsOneMadeAfresh) {
+    auto fresh = [this] {
+        TcxDBTreeList t("fresh");
+        auto& d = t.CreateColumn("cl1Description", "Description");
+        d.SortOrder = TcxSortOrder::soAscending;
+        t.CreateColumn("cl1DueDate", "Due_Date");
+        t.CreateColumn("cl1Number", "Number", false);
+        t.SetDataSource(&ds);
+        return Dump(t);
+    };
+    int a = Add("Acme", -1, 1);
+    int b = Add("Borealis", -1, 2);
+    int a1 = Add("Audit", a, 1);
+    Add("Lease", a, 2);
+    EXPECT_EQ(Dump(tree), fresh());
+
+    // A rename that moves the row among its siblings, a date written, a number changed.
+    table->Locate("ID", Variant(a1));
+    table->Edit();
+    table->FieldByName("Description").SetAsString("Zoning");
+    table->FieldByName("Due_Date").SetAsDateTime(EncodeDate(2026, 3, 9));
+    table->FieldByName("Number").SetAsInteger(7);
+    table->Post();
+    EXPECT_EQ(tree.FindNodeByKeyValue(Variant(a1))->Texts(1), DateToStr(EncodeDate(2026, 3, 9)));
+    EXPECT_EQ(Dump(tree), fresh());
+
+    // Moved under another parent; a row appended; a row deleted.
+    tree.MoveNode(tree.FindNodeByKeyValue(Variant(a1)), tree.FindNodeByKeyValue(Variant(b)));
+    EXPECT_EQ(Dump(tree), fresh());
+    Add("Charter", b, 3);
+    EXPECT_EQ(Dump(tree), fresh());
+    table->Locate("ID", Variant(b));
+    table->Delete();
+    EXPECT_EQ(Dump(tree), fresh());
+
+    // A filter on and off, and changes made while the tree rests show once it is told.
+    table->SetProgrammedFilter(true);
+    table->FilterList() = {1, 3};
+    table->SetFiltered(true);
+    EXPECT_EQ(Dump(tree), fresh());
+    table->DisableControls();
+    table->SetFiltered(false);
+    table->Locate("ID", Variant(a));
+    table->Edit();
+    table->FieldByName("Description").SetAsString("Acme Ltd");
+    table->Post();
+    EXPECT_EQ(tree.FindNodeByKeyValue(Variant(a))->Texts(0), "Acme");  // as the tree last saw it
+    table->EnableControls();
+    EXPECT_EQ(tree.FindNodeByKeyValue(Variant(a))->Texts(0), "Acme Ltd");
+    EXPECT_EQ(Dump(tree), fresh());
+}
+
+TEST(TreeKeys, AParentKeyHeldAsTextFindsTheRowWhoseKeyReadsTheSame) {
+    TdxMemData table("Folders");
+    table.AddField("ID", TFieldType::ftInteger);
+    table.AddField("Parent", TFieldType::ftString, 20);
+    table.AddField("Name", TFieldType::ftString, 20);
+    table.Open();
+    auto add = [&](int id, const char* parent, const char* name) {
+        table.Append();
+        table.FieldByName("ID").SetAsInteger(id);
+        table.FieldByName("Parent").SetAsString(parent);
+        table.FieldByName("Name").SetAsString(name);
+        table.Post();
+    };
+    add(1, "-1", "Root");
+    add(2, "1", "Child");
+    add(3, "01", "Not a child: its parent reads 01");
+    TDataSource ds{"ds", &table};
+    TcxDBTreeList tree("tree");
+    tree.ParentField = "Parent";
+    tree.CreateColumn("n", "Name");
+    tree.SetDataSource(&ds);
+    ASSERT_EQ(tree.AbsoluteCount(), 2);
+    EXPECT_EQ(tree.AbsoluteItems(1)->Texts(0), "Child");
+    EXPECT_EQ(tree.AbsoluteItems(1)->Level(), 1);
+}
