@@ -46,6 +46,9 @@ public:
     std::vector<TPaneInfo> Panes() const;
     // Deletes every pane that is left (the explorer closes).
     void DeletePanes();
+    // Chooses the tab of that text in a visible pane, as a click on it does (the pane's control
+    // hears of it as of a click); false when no visible pane has such a tab.
+    bool ChooseTab(const std::string& text);
 
     class TPane;
     class TFactory;

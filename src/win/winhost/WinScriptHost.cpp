@@ -400,6 +400,13 @@ bool TWinScriptHost::WindowCommand(const std::string& c, const Words& a) {
         explorer_->Pump();
         return true;
     }
+    // An item pane comes to the front by a click on its tab (its tab reads the form's name
+    // without "fm").
+    if (SameName(c, "activate") && a.size() == 1 && a[0].size() > 2 && SameName(a[0].substr(0, 2), "fm") &&
+        addInRunning_ && explorer_->ChooseTab(a[0].substr(2))) {
+        explorer_->Pump();
+        return true;
+    }
     if (SameName(c, "close") && a.size() == 1 && SameName(a[0], "explorer")) {
         RequireAddIn(true);
         automation_->FireExplorerClose();
