@@ -27,7 +27,12 @@ void SetFont(HWND w) {
     if (w) SendMessageW(w, WM_SETFONT, reinterpret_cast<WPARAM>(UiFont()), TRUE);
 }
 
-std::wstring Text(const sim::TSimItem& item, const char* name) { return Wide(item.Value(name).AsString()); }
+// A property of an item as the item list shows it; empty for one its kind lacks.
+std::wstring Text(const sim::TSimItem& item, const char* name) {
+    std::wstring text;
+    Swallow([&] { text = Wide(item.Value(name).AsString()); });
+    return text;
+}
 
 LRESULT CALLBACK ExplorerProc(HWND w, UINT m, WPARAM wp, LPARAM lp) {
     auto* self = reinterpret_cast<TExplorerWindow*>(GetWindowLongPtrW(w, GWLP_USERDATA));
