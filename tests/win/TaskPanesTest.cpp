@@ -5,7 +5,14 @@
 #include <windows.h>
 #include <commctrl.h>
 
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+
 #include "WinFixture.h"
+#include "base/DateTime.h"
+#include "platform/System.h"
+#include "support/FileLogger.h"
 #include "win/winhost/ExplorerWindow.h"
 
 namespace {
@@ -103,6 +110,22 @@ TEST_F(TaskPanesTest, ShuttingDownWithTheExplorerOpenLeavesNoPaneAndNothingAlive
     ASSERT_EQ(Run("start\nshutdown\n"), 0) << Output();
     EXPECT_TRUE(Panes().empty());
     EXPECT_EQ(host_->Unload(), "");
+}
+
+TEST_F(TaskPanesTest, AFailingTaskPaneServiceShowsNoPaneAndTheLogSaysWhyWhileTheFormsStillWork) {
+    host_->Explorer()->FailPaneService();
+    ASSERT_EQ(Run("today 2026-03-05 09:00\nstart\nexplorer\n"), 0) << Output();
+    EXPECT_TRUE(Panes().empty());
+    Output();
+    ASSERT_EQ(Run("get fmList.Visible\nclose explorer\nshutdown\n"), 0) << Output();
+    EXPECT_EQ(Output(), "> get fmList.Visible\nfmList.Visible = true\n> close explorer\n> shutdown\n");
+
+    std::ifstream log(TFileLog::FileNameFor(platform::TempFolder(), EncodeDate(2026, 3, 5)), std::ios::binary);
+    std::string text((std::istreambuf_iterator<char>(log)), {});
+    text.erase(std::remove(text.begin(), text.end(), '\0'), text.end());  // the log is UTF-16
+    EXPECT_NE(text.find("The pane \"Corvelle\" is not shown: Office's task pane service failed (0x80004005)"),
+              std::string::npos)
+        << text;
 }
 
 }  // namespace

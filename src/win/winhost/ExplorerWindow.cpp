@@ -344,6 +344,7 @@ public:
         if (!pane) return E_POINTER;
         *pane = nullptr;
         if (!owner_) return E_UNEXPECTED;
+        if (owner_->failPanes_) return E_FAIL;
         try {
             CLSID clsid{};
             HRESULT hr = CLSIDFromProgID(progId ? progId : L"", &clsid);

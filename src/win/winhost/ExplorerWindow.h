@@ -30,6 +30,8 @@ public:
     HWND Window() const { return window_; }
     // The task pane service; the same object each time.
     ICTPFactory* Factory() const { return factory_.Get(); }
+    // From now on the service fails every pane it is asked for (E_FAIL), as a broken Office's.
+    void FailPaneService() { failPanes_ = true; }
 
     // Shows the mailbox's folders and the folder the explorer shows, with its items.
     void ShowFolder();
@@ -65,6 +67,7 @@ private:
     HWND reading_ = nullptr;
     TComPtr<ICTPFactory> factory_;
     std::vector<TComPtr<_CustomTaskPane>> panes_;
+    bool failPanes_ = false;
 };
 
 // Saves the screen (window null) or the window as a PNG file; raises with the reason when it

@@ -262,7 +262,6 @@ void TWinScriptHost::Start(const Words& a) {
     PushClock();
     comAddIn_ = MakeAuto<TAutoComAddIn>();
     addInRunning_ = true;
-    if (windows_ && !explorer_) explorer_ = std::make_unique<TExplorerWindow>(Host().Outlook);
     SAFEARRAY* custom = SafeArrayCreateVector(VT_VARIANT, 0, 0);
     extensibility_->OnConnection(application_.Get(), ext_cm_Startup, comAddIn_.Get(), &custom);
     // Office's task pane service, as Office hands it over after the connection.
@@ -386,6 +385,11 @@ void TWinScriptHost::Forward(const Words& words) {
 
 // ---------------------------------------------------------------------------------------------
 // The explorer window
+
+void TWinScriptHost::EnableWindows() {
+    windows_ = true;
+    if (!explorer_) explorer_ = std::make_unique<TExplorerWindow>(Host().Outlook);
+}
 
 bool TWinScriptHost::WindowCommand(const std::string& c, const Words& a) {
     if (SameName(c, "screenshot")) {

@@ -10,7 +10,7 @@
 // transcript. Everything else runs here as in corvelle-sim, so the transcripts are the same.
 //
 // With windows (EnableWindows, before the first start) it also draws Outlook's explorer window
-// (TExplorerWindow) from the start on, and hands the add-in its custom task pane service as
+// (TExplorerWindow), and hands the add-in its custom task pane service as
 // Office does (CTPFactoryAvailable, after OnConnection): the add-in's panes then show in that
 // window. The explorer commands then reach the add-in as the explorer's events: "explorer" and an
 // "outlook select" of another folder as FolderSwitch, "close explorer" as Close. "screenshot FILE
@@ -41,8 +41,9 @@ public:
     // automation object of this host is referenced any more.
     std::string Unload();
 
-    // Draws the explorer window and offers the custom task pane service; before the first start.
-    void EnableWindows() { windows_ = true; }
+    // Draws the explorer window (now) and offers the custom task pane service; before the first
+    // start.
+    void EnableWindows();
     // The explorer window; null without windows or before the first start.
     TExplorerWindow* Explorer() const { return explorer_.get(); }
 
