@@ -323,12 +323,6 @@ public:
     void SetActivateHandler(std::function<void(int)> handler) override { onActivate_ = std::move(handler); }
     HWND Window() const override { return window_; }
     int CurrentPage() const override { return current_; }
-    void SelectPage(int page) override {
-        if (page < 0 || page >= static_cast<int>(pages_.size())) return;
-        current_ = page;
-        if (tabs_) TabCtrl_SetCurSel(tabs_, page);
-        Layout();
-    }
 
 private:
     struct TPage {

@@ -66,8 +66,6 @@ public:
     virtual HWND Window() const = 0;
     // The page in front (its position among the pages); -1 without pages.
     virtual int CurrentPage() const = 0;
-    // Brings a page to the front, as choosing its tab does (without reporting it).
-    virtual void SelectPage(int page) = 0;
 
 protected:
     ~IPaneControl() = default;

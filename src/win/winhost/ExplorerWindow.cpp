@@ -386,7 +386,7 @@ TExplorerWindow::TExplorerWindow(sim::TSimOutlook& outlook) : outlook_(outlook) 
                                nullptr, nullptr, nullptr);
     for (HWND w : {folders_, items_, reading_}) SetFont(w);
     ListView_SetExtendedListViewStyle(items_, LVS_EX_FULLROWSELECT);
-    const std::pair<const wchar_t*, int> columns[] = {{L"From", 160}, {L"Subject", 260}, {L"Received", 120}};
+    const std::pair<const wchar_t*, int> columns[] = {{L"From", 130}, {L"Subject", 210}, {L"Sent", 125}};
     for (int i = 0; i < 3; ++i) {
         LVCOLUMNW c{};
         c.mask = LVCF_TEXT | LVCF_WIDTH;
@@ -415,6 +415,7 @@ void TExplorerWindow::ShowFolder() {
     std::shared_ptr<sim::TSimFolder> shown = outlook_.ExplorerFolder();
     if (!shown) shown = outlook_.Root() ? outlook_.Root()->Find("Inbox") : nullptr;
     TreeView_DeleteAllItems(folders_);
+    HTREEITEM selected = nullptr;
     std::function<void(const std::shared_ptr<sim::TSimFolder>&, HTREEITEM)> add =
         [&](const std::shared_ptr<sim::TSimFolder>& folder, HTREEITEM parent) {
             std::wstring name = Wide(folder->FolderName());
@@ -426,9 +427,10 @@ void TExplorerWindow::ShowFolder() {
             HTREEITEM node = TreeView_InsertItem(folders_, &insert);
             for (const auto& sub : folder->Subfolders()) add(sub, node);
             TreeView_Expand(folders_, node, TVE_EXPAND);
-            if (folder == shown) TreeView_SelectItem(folders_, node);
+            if (folder == shown) selected = node;
         };
     if (auto root = outlook_.Root()) add(root, TVI_ROOT);
+    if (selected) TreeView_SelectItem(folders_, selected);
 
     ListView_DeleteAllItems(items_);
     SetWindowTextW(reading_, L"");
@@ -436,7 +438,7 @@ void TExplorerWindow::ShowFolder() {
     SetWindowTextW(window_, (Wide(shown->FolderName()) + L" - Outlook").c_str());
     int row = 0;
     for (const auto& item : shown->ItemList()) {
-        std::wstring cells[] = {Text(*item, "SenderName"), Text(*item, "Subject"), Text(*item, "ReceivedTime")};
+        std::wstring cells[] = {Text(*item, "SenderName"), Text(*item, "Subject"), Text(*item, "SentOn")};
         LVITEMW it{};
         it.mask = LVIF_TEXT;
         it.iItem = row;
@@ -583,7 +585,9 @@ void TExplorerWindow::Forget(TPane* pane) {
 void SaveScreenshot(HWND window, const std::wstring& file) {
     RECT r{};
     if (window) {
-        if (!GetWindowRect(window, &r)) throw Exception("no such window");
+        // The window's client area: its frame is the window manager's, when there is one.
+        if (!GetClientRect(window, &r)) throw Exception("no such window");
+        MapWindowPoints(window, nullptr, reinterpret_cast<POINT*>(&r), 2);
     } else {
         r = {0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
     }

@@ -70,8 +70,8 @@ private:
     bool failPanes_ = false;
 };
 
-// Saves the screen (window null) or the window as a PNG file; raises with the reason when it
-// cannot.
+// Saves the screen (window null) or the window's client area as a PNG file; raises with the
+// reason when it cannot.
 void SaveScreenshot(HWND window, const std::wstring& file);
 
 }  // namespace win
