@@ -201,11 +201,7 @@ void WriteBmp(const Canvas& c, const std::string& path) {
     if (!f) throw std::runtime_error("cannot write " + path);
 }
 
-void WriteIfChanged(const std::string& path, const std::string& text) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream old;
-    old << in.rdbuf();
-    if (in && old.str() == text) return;
+void WriteText(const std::string& path, const std::string& text) {
     std::ofstream out(path, std::ios::binary);
     out << text;
     if (!out) throw std::runtime_error("cannot write " + path);
@@ -257,6 +253,7 @@ Description Parse(std::istream& in) {
                 ImageList l;
                 l.name = w[1];
                 l.size = static_cast<int>(Number(w[2]));
+                need(l.size >= 1 && l.size <= 256, "a list's images are 1 to 256 pixels");
                 for (size_t i = 3; i < w.size(); ++i) {
                     if (w[i] != "-") {
                         const Glyph* g = d.Find(w[i]);
@@ -351,8 +348,8 @@ int main(int argc, char** argv) {
             ++id;
         }
         header += "};\n}  // namespace win::res::catalog\n";
-        WriteIfChanged(dir + "/Glyphs.rc", rc);
-        WriteIfChanged(dir + "/GlyphCatalog.h", header);
+        WriteText(dir + "/Glyphs.rc", rc);
+        WriteText(dir + "/GlyphCatalog.h", header);
         return 0;
     } catch (const std::exception& e) {
         std::cerr << "corvelle-glyphc: " << argv[1] << ": " << e.what() << "\n";
