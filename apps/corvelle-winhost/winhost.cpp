@@ -3,7 +3,10 @@
 // the simulated Outlook as Outlook's automation objects, and driven through the interfaces
 // Outlook uses. Same arguments, commands and transcript as corvelle-sim:
 //
-//   corvelle-winhost [--dir DIR] [SCRIPT...]
+//   corvelle-winhost [--dir DIR] [--window] [SCRIPT...]
+//
+// With --window it also draws Outlook's explorer window, where the add-in's panes show through
+// the custom task pane service, and the scripts may take screenshots ("screenshot FILE [WINDOW]").
 //
 // The temporary folder (where the day log goes) is %CORVELLE_TMP% when that is set, so that runs
 // side by side keep their logs apart; Wine sets TMP and TEMP itself.
@@ -40,7 +43,7 @@ namespace {
 constexpr int kExitError = 2;
 constexpr int kExitLeak = 3;
 
-const char* const kUsage = "usage: corvelle-winhost [--dir DIR] [SCRIPT...]\n";
+const char* const kUsage = "usage: corvelle-winhost [--dir DIR] [--window] [SCRIPT...]\n";
 
 std::optional<fs::path> ResourceFolder() {
     auto holds = [](const fs::path& p) {
@@ -97,10 +100,14 @@ int main(int argc, char** argv) {
 
     std::optional<std::string> dir;
     std::vector<std::string> scripts;
+    bool windows = false;
     for (int i = 1; i < argc; ++i) {
         std::string arg = argv[i];
         if (arg == "--help" || arg == "-h") {
-            std::cout << kUsage << "\nThe commands are corvelle-sim's (corvelle-sim --help).\n";
+            std::cout << kUsage
+                      << "\nThe commands are corvelle-sim's (corvelle-sim --help); with --window also\n"
+                         "  screenshot FILE [WINDOW]   the screen, the explorer (\"explorer\") or a window\n"
+                         "                             of that caption, as a PNG file\n";
             return 0;
         }
         if (arg == "--dir") {
@@ -109,6 +116,8 @@ int main(int argc, char** argv) {
                 return kExitError;
             }
             dir = argv[++i];
+        } else if (arg == "--window") {
+            windows = true;
         } else if (arg.rfind("--dir=", 0) == 0) {
             dir = arg.substr(6);
         } else if (arg.size() > 1 && arg[0] == '-') {
@@ -161,6 +170,7 @@ int main(int argc, char** argv) {
     {
         sim::TScriptReader reader(scripts, std::cin);
         win::TWinScriptHost host(folder, std::cout);
+        if (windows) host.EnableWindows();
         status = host.Run(reader);
         std::string left = host.Unload();
         if (!left.empty()) {

@@ -3,7 +3,10 @@
 # give the same transcript through COM.
 #
 #   cmake -DWINE=... -DHOST=corvelle-winhost.exe -DSCRIPT=x.csim -DGOLDEN=x.out -DRESOURCES=...
-#         -DWORK=... -P RunWinScenario.cmake
+#         -DWORK=... [-DOPTIONS=--window] -P RunWinScenario.cmake
+#
+# With OPTIONS=--window the host draws the explorer window and the add-in's panes show in it, as
+# in Outlook: the transcript must still be the same.
 #
 # As in RunScenario.cmake the add-in's folder is made fresh under WORK with the shipped files,
 # and the day log goes to a folder of its own (CORVELLE_TMP). Wine sees the machine's files on
@@ -40,7 +43,7 @@ endif()
 foreach(_attempt RANGE 1 3)
   execute_process(
     COMMAND "${CMAKE_COMMAND}" -E env "CORVELLE_TMP=${_tmp}" "CORVELLE_RESOURCES=${RESOURCES}" WINEDEBUG=-all
-            "${WINE}" "${HOST}" ${_dirArgs} "${SCRIPT}"
+            "${WINE}" "${HOST}" ${OPTIONS} ${_dirArgs} "${SCRIPT}"
     WORKING_DIRECTORY "${WORK}"
     OUTPUT_VARIABLE _out
     ERROR_VARIABLE _err

@@ -19,7 +19,9 @@ keys=('Software\Classes\CLSID\{C185AA98-016C-4850-AB95-780D467A56C4}'
       'Software\Classes\Corvelle.Corvelle'
       'Software\Classes\TypeLib\{373B9006-071F-4C39-841A-8F01B30B236B}'
       'Software\Classes\Interface\{A8AA6365-10D8-4266-9D75-4F5BC57A64DD}'
-      'Software\Microsoft\Office\Outlook\AddIns\Corvelle.Corvelle')
+      'Software\Microsoft\Office\Outlook\AddIns\Corvelle.Corvelle'
+      'Software\Classes\CLSID\{E66EBBF8-4238-487B-B3B0-65682637548F}'
+      'Software\Classes\Corvelle.Pane')
 
 source "$here/wine-run.sh"
 

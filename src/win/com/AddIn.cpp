@@ -10,11 +10,13 @@
 #include "win/bind/OleEvents.h"
 #include "win/bind/OleObject.h"
 #include "win/bind/OleOutlook.h"
+#include "win/bind/OleExcel.h"
 #include "win/com/Registration.h"
 #include "win/com/RibbonXml.h"
 #include "win/com/ScriptBridge.h"
-#include "win/bind/OleExcel.h"
+#include "win/com/TaskPanes.h"
 #include "win/platform/WinServices.h"
+#include "win/res/Glyphs.h"
 
 namespace win {
 namespace {
@@ -25,6 +27,7 @@ constexpr DISPID kQuit = 0xF007;
 
 // The ribbon's callbacks as dispatch IDs of the add-in's IDispatch.
 constexpr DISPID kRibbonLoaded = 1;
+constexpr DISPID kRibbonImage = 2;
 constexpr DISPID kFirstButton = 100;
 
 // The dispatch IDs of IDTExtensibility2 and IRibbonExtensibility's members.
@@ -60,9 +63,10 @@ private:
 
 class TCorvelle final : public ICorvelle, private TComRefCount {
 public:
-    TCorvelle() : extensibility_(*this), ribbon_(*this), script_(*this) {}
+    TCorvelle() : extensibility_(*this), ribbon_(*this), script_(*this), consumer_(*this) {}
     ~TCorvelle() override {
         UnadviseApplicationEvents();
+        panes_.reset();
         // The module goes first, while the bridge that serves it is still there.
         module_.reset();
         bridge_.reset();
@@ -78,6 +82,8 @@ public:
             *out = static_cast<IDTExtensibility2*>(&extensibility_);
         else if (IsEqualIID(iid, IID_IRibbonExtensibility))
             *out = static_cast<IRibbonExtensibility*>(&ribbon_);
+        else if (IsEqualIID(iid, IID_ICustomTaskPaneConsumer))
+            *out = static_cast<ICustomTaskPaneConsumer*>(&consumer_);
         else if (IsEqualIID(iid, IID_ICorvelleScriptAddIn))
             *out = static_cast<ICorvelleScriptAddIn*>(&script_);
         else
@@ -110,6 +116,7 @@ public:
     HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS* params, VARIANT* result,
                                      EXCEPINFO*, UINT*) override {
         if (result) VariantInit(result);
+        if (id == kRibbonImage) return LoadImage(params, result);
         if (!module_) return DISP_E_MEMBERNOTFOUND;
         if (id == kRibbonLoaded) {
             // The ribbon's IRibbonUI, kept while the add-in is connected.
@@ -152,6 +159,8 @@ public:
                 host.Services.Excel = MakeOleExcelServer();
             }
             module_ = std::make_unique<TAddInModule>(std::move(host));
+            panes_ = std::make_unique<TTaskPanes>(*module_);
+            panes_->SetFactory(ctpFactory_.Get());
             if (bridge_) bridge_->Attach(module_.get(), [this] { return Running(); });
             connected_ = true;
             AdviseApplicationEvents();
@@ -171,6 +180,7 @@ public:
             // Unloaded by the user while Outlook runs: the shutdown comes first all the same.
             if (!beganShutdown_) OnBeginShutdown();
             connected_ = false;
+            panes_.reset();
             module_->OnDisconnection();
             UnadviseApplicationEvents();
             ribbonUI_.Reset();
@@ -185,6 +195,8 @@ public:
             if (!module_ || startedUp_) return S_OK;
             startedUp_ = true;
             module_->OnStartupComplete();
+            // The panes come after the start-up: their forms read the module's tables.
+            if (panes_) panes_->Start(application_.Get());
             return S_OK;
         } catch (...) {
             return ReportException(std::current_exception(), IID_IDTExtensibility2);
@@ -195,6 +207,8 @@ public:
         try {
             if (!module_) return S_OK;
             beganShutdown_ = true;
+            // The explorer's forms close (and save) while the tables are still there.
+            if (panes_) panes_->Stop();
             module_->OnBeginShutdown();
             return S_OK;
         } catch (...) {
@@ -205,6 +219,13 @@ public:
     void Quit() {
         quit_ = true;
         if (module_) module_->adxOutlookAppEvents1.DoQuit();
+    }
+
+    // ICustomTaskPaneConsumer: Office's task pane service, kept for the panes.
+    HRESULT CTPFactoryAvailable(ICTPFactory* factory) {
+        ctpFactory_ = TComPtr<ICTPFactory>(factory);
+        if (panes_) panes_->SetFactory(factory);
+        return S_OK;
     }
 
     // IRibbonExtensibility
@@ -239,8 +260,25 @@ public:
 private:
     bool Running() const { return connected_ && !beganShutdown_ && !quit_; }
 
+    // loadImage: the picture of the glyph named by the button's image attribute.
+    HRESULT LoadImage(DISPPARAMS* params, VARIANT* result) {
+        if (!params || params->cArgs < 1) return DISP_E_BADPARAMCOUNT;
+        if (!result) return E_POINTER;
+        try {
+            IPictureDisp* picture = nullptr;
+            HRESULT hr = res::Picture(VariantText(params->rgvarg[params->cArgs - 1]), &picture);
+            if (FAILED(hr)) return hr;
+            V_VT(result) = VT_DISPATCH;
+            V_DISPATCH(result) = picture;
+            return S_OK;
+        } catch (...) {
+            return HresultFromException(std::current_exception());
+        }
+    }
+
     DISPID CallbackId(const std::string& name) {
         if (name == kRibbonLoadedCallback) return kRibbonLoaded;
+        if (name == kRibbonImageCallback) return kRibbonImage;
         if (!module_) return DISPID_UNKNOWN;
         std::vector<TadxRibbonButton*> buttons = Buttons(*module_);
         for (size_t i = 0; i < buttons.size(); ++i)
@@ -384,6 +422,29 @@ private:
         DISPID Id(const std::string& name) override { return name == "GetCustomUI" ? kGetCustomUI : DISPID_UNKNOWN; }
     };
 
+    class TConsumer final : public TDispatchPart<ICustomTaskPaneConsumer> {
+    public:
+        using TDispatchPart::TDispatchPart;
+        HRESULT STDMETHODCALLTYPE CTPFactoryAvailable(ICTPFactory* factory) override {
+            return owner_.CTPFactoryAvailable(factory);
+        }
+        HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS* params, VARIANT* result,
+                                         EXCEPINFO*, UINT*) override {
+            if (result) VariantInit(result);
+            if (id != 1) return DISP_E_MEMBERNOTFOUND;
+            if (!params || params->cArgs < 1) return DISP_E_BADPARAMCOUNT;
+            try {
+                TComPtr<IDispatch> factory = VariantObject(params->rgvarg[params->cArgs - 1]);
+                return owner_.CTPFactoryAvailable(factory.As<ICTPFactory>(IID_ICTPFactory).Get());
+            } catch (...) {
+                return HresultFromException(std::current_exception());
+            }
+        }
+
+    protected:
+        DISPID Id(const std::string& name) override { return name == "CTPFactoryAvailable" ? 1 : DISPID_UNKNOWN; }
+    };
+
     class TScriptPart final : public TPart<ICorvelleScriptAddIn> {
     public:
         using TPart::TPart;
@@ -400,10 +461,13 @@ private:
     TExtensibility extensibility_;
     TRibbon ribbon_;
     TScriptPart script_;
+    TConsumer consumer_;
 
     TComPtr<IDispatch> application_;
     std::unique_ptr<TScriptBridge> bridge_;
     std::unique_ptr<TAddInModule> module_;
+    TComPtr<ICTPFactory> ctpFactory_;
+    std::unique_ptr<TTaskPanes> panes_;
     std::shared_ptr<platform::IConnectionPoint> appEvents_;
     std::shared_ptr<TQuitSink> quitSink_;
     uint32_t appCookie_ = 0;

@@ -13,6 +13,9 @@ namespace {
 constexpr const wchar_t* kProgId = L"Corvelle.Corvelle";
 constexpr const wchar_t* kAddInName = L"Corvelle";
 constexpr const wchar_t* kLibraryHelp = L"Corvelle Library";
+// The control that the custom task panes host.
+constexpr const wchar_t* kPaneProgId = L"Corvelle.Pane";
+constexpr const wchar_t* kPaneName = L"Corvelle pane";
 // The automation marshaller, which marshals a dual interface from its type library.
 constexpr const wchar_t* kAutomationMarshaller = L"{00020424-0000-0000-C000-000000000046}";
 
@@ -99,6 +102,7 @@ std::wstring DirectoryOf(const std::wstring& path) {
 std::wstring ClassIdText() { return GuidText(CLSID_Corvelle); }
 std::wstring LibraryIdText() { return GuidText(LIBID_Corvelle); }
 std::wstring InterfaceIdText() { return GuidText(IID_ICorvelle); }
+std::wstring PaneClassIdText() { return GuidText(CLSID_CorvellePane); }
 
 std::wstring IniPathOf(const std::wstring& libraryPath) {
     size_t slash = libraryPath.find_last_of(L"\\/");
@@ -132,6 +136,8 @@ HRESULT RegisterServer(const std::wstring& libraryPath, const TRegistrationPlace
     const std::wstring typeLib = place.classes + L"\\TypeLib\\" + LibraryIdText() + L"\\1.0";
     const std::wstring iface = place.classes + L"\\Interface\\" + InterfaceIdText();
     const std::wstring addIn = place.addIns + L"\\" + kProgId;
+    const std::wstring paneClsid = place.classes + L"\\CLSID\\" + PaneClassIdText();
+    const std::wstring paneProgId = place.classes + L"\\" + kPaneProgId;
 
     TRegistrationWrite w(place.root, registry);
     w.String(clsid, L"", kAddInName);
@@ -150,6 +156,14 @@ HRESULT RegisterServer(const std::wstring& libraryPath, const TRegistrationPlace
     w.String(iface + L"\\ProxyStubClsid32", L"", kAutomationMarshaller);
     w.String(iface + L"\\TypeLib", L"", LibraryIdText());
     w.String(iface + L"\\TypeLib", L"Version", L"1.0");
+    w.String(paneClsid, L"", kPaneName);
+    w.String(paneClsid + L"\\InprocServer32", L"", libraryPath);
+    w.String(paneClsid + L"\\InprocServer32", L"ThreadingModel", L"Apartment");
+    w.String(paneClsid + L"\\ProgID", L"", kPaneProgId);
+    w.String(paneClsid + L"\\TypeLib", L"", LibraryIdText());
+    w.Key(paneClsid + L"\\Control");
+    w.String(paneProgId, L"", kPaneName);
+    w.String(paneProgId + L"\\CLSID", L"", PaneClassIdText());
     w.String(addIn, L"FriendlyName", kAddInName);
     w.String(addIn, L"Description", L"");
     w.Dword(addIn, L"LoadBehavior", 3);
@@ -164,6 +178,8 @@ HRESULT UnregisterServer(const TRegistrationPlace& place, IRegistryWriter& regis
         place.classes + L"\\TypeLib\\" + LibraryIdText(),
         place.classes + L"\\Interface\\" + InterfaceIdText(),
         place.addIns + L"\\" + kProgId,
+        place.classes + L"\\CLSID\\" + PaneClassIdText(),
+        place.classes + L"\\" + kPaneProgId,
     };
     // Everything goes that can; the first failure is the answer.
     HRESULT result = S_OK;

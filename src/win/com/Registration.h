@@ -8,6 +8,9 @@
 //   classes\Corvelle.Corvelle             the ProgID, with its CLSID
 //   classes\TypeLib\{library}\1.0         "Corvelle Library": 0\win64, FLAGS, HELPDIR
 //   classes\Interface\{ICorvelle}         its type library and the automation marshaller
+//   classes\CLSID\{pane}                  "Corvelle pane", the control of the custom task panes:
+//                                          InprocServer32 (Apartment), ProgID, TypeLib, Control
+//   classes\Corvelle.Pane                 its ProgID, with its CLSID
 //   Software\Microsoft\Office\Outlook\AddIns\Corvelle.Corvelle
 //                                          FriendlyName "Corvelle", Description "",
 //                                          LoadBehavior 3, CommandLineSafe 0
@@ -77,5 +80,6 @@ bool RegisteredForAllUsers();
 std::wstring ClassIdText();
 std::wstring LibraryIdText();
 std::wstring InterfaceIdText();
+std::wstring PaneClassIdText();
 
 }  // namespace win

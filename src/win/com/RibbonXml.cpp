@@ -20,19 +20,6 @@ std::string Escaped(const std::string& text) {
     return out;
 }
 
-// The glyphs: Office's own images, one for each button of the tab.
-std::string Glyph(const TadxRibbonButton& b) {
-    static const std::pair<const char*, const char*> glyphs[] = {
-        {"CorvelleOptions", "PropertySheet"},  {"CorvelleFindTask", "FindDialog"},
-        {"CorvelleTaskReport", "ExportExcel"}, {"CorvelleTimeReport", "ImportExcel"},
-        {"CorvelleTimer", "DateAndTimeInsert"}, {"CorvelleHelp", "Help"},
-        {"CorvelleAbout", "HappyFace"},
-    };
-    for (const auto& [id, image] : glyphs)
-        if (b.Id == id) return image;
-    return "AddInManager";
-}
-
 bool ShownIn(const TadxRibbonTab& tab, const std::string& ribbonId) {
     if (ribbonId != kExplorerRibbonId) return false;
     return std::any_of(tab.Ribbons.begin(), tab.Ribbons.end(), [](TadxRibbonContext c) {
@@ -49,6 +36,8 @@ std::string RibbonXml(const TadxRibbonTab& tab, const std::string& ribbonId) {
     std::string x;
     x += "<customUI xmlns=\"http://schemas.microsoft.com/office/2009/07/customui\" onLoad=\"";
     x += kRibbonLoadedCallback;
+    x += "\" loadImage=\"";
+    x += kRibbonImageCallback;
     x += "\">\n";
     x += "  <ribbon>\n    <tabs>\n";
     x += "      <tab id=\"" + Escaped(tab.Id) + "\" label=\"" + Escaped(tab.Caption) + "\">\n";
@@ -60,7 +49,8 @@ std::string RibbonXml(const TadxRibbonTab& tab, const std::string& ribbonId) {
         for (const TadxRibbonButton& b : g.Controls) {
             x += "          <button id=\"" + Escaped(b.Id) + "\" label=\"" + Escaped(b.Caption) + "\"";
             x += b.Size == TadxRibbonControlSize::csLarge ? " size=\"large\"" : " size=\"normal\"";
-            x += " imageMso=\"" + Glyph(b) + "\"";
+            // Each button's glyph is named after it.
+            x += " image=\"" + Escaped(b.Id) + "\"";
             if (!b.ScreenTip.empty()) x += " screentip=\"" + Escaped(b.ScreenTip) + "\"";
             x += " onAction=\"" + Escaped(RibbonActionName(b)) + "\"/>\n";
         }

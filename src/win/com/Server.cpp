@@ -1,5 +1,6 @@
-// The exports of Corvelle.dll: the class factory of the add-in object (one, made at load,
-// multi-instance, apartment-threaded), the unload test, and the registration.
+// The exports of Corvelle.dll: the class factories of the add-in object and of the pane control
+// (one each, made at load, multi-instance, apartment-threaded), the unload test, and the
+// registration.
 #include <windows.h>
 #include <ole2.h>
 
@@ -9,15 +10,19 @@
 #include "win/com/AddIn.h"
 #include "win/com/ComSupport.h"
 #include "win/com/Generated.h"
+#include "win/com/PaneControl.h"
 #include "win/com/Registration.h"
 #include "win/platform/WinServices.h"
 
 namespace {
 
-// Each CreateInstance makes a new add-in object. A reference to the factory keeps the library
-// loaded, as LockServer does.
+// Each CreateInstance makes a new object of the class. A reference to the factory keeps the
+// library loaded, as LockServer does.
 class TClassFactory final : public IClassFactory {
 public:
+    using Create = HRESULT (*)(REFIID iid, void** out);
+    explicit TClassFactory(Create create) : create_(create) {}
+
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
         if (!out) return E_POINTER;
         if (IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IID_IClassFactory)) {
@@ -40,15 +45,19 @@ public:
         if (!out) return E_POINTER;
         *out = nullptr;
         if (outer) return CLASS_E_NOAGGREGATION;
-        return win::CreateAddIn(iid, out);
+        return create_(iid, out);
     }
     HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override {
         win::TComObjectCount::Lock(lock != FALSE);
         return S_OK;
     }
+
+private:
+    Create create_;
 };
 
-TClassFactory g_factory;
+TClassFactory g_addInFactory(&win::CreateAddIn);
+TClassFactory g_paneFactory(&win::CreatePaneControl);
 
 std::wstring LibraryPath() { return win::Wide(win::ThisModuleFileName()); }
 
@@ -64,8 +73,9 @@ BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
 STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, LPVOID* out) {
     if (!out) return E_POINTER;
     *out = nullptr;
-    if (!IsEqualCLSID(clsid, CLSID_Corvelle)) return CLASS_E_CLASSNOTAVAILABLE;
-    return g_factory.QueryInterface(iid, out);
+    if (IsEqualCLSID(clsid, CLSID_Corvelle)) return g_addInFactory.QueryInterface(iid, out);
+    if (IsEqualCLSID(clsid, CLSID_CorvellePane)) return g_paneFactory.QueryInterface(iid, out);
+    return CLASS_E_CLASSNOTAVAILABLE;
 }
 
 STDAPI DllCanUnloadNow() {

@@ -17,6 +17,7 @@ struct TAutoOutlook::State {
     sim::TSimOutlook* outlook = nullptr;
     ICorvelleScriptHost* scriptHost = nullptr;
     TAutoSinks application;  // ApplicationEvents_11
+    TAutoSinks explorer;     // ExplorerEvents_10 of the explorer, whichever object stands for it
     // The COM sinks advised on folders' items, by the items and their cookies there.
     std::vector<std::pair<std::shared_ptr<outlook::_Items>, uint32_t>> folderSinks;
     // The sinks advised on the mailbox's own connection points, by their cookies there.
@@ -464,6 +465,11 @@ public:
     TAutoExplorer(State s, std::shared_ptr<outlook::_Explorer> e) : TAutoBase(std::move(s), 34), e_(std::move(e)) {
         Member("Selection", [this](const TAutoArgs&, VARIANT* v) { SetResult(v, Wrap(Live(e_).GetSelection())); });
         Member("CurrentFolder", [this](const TAutoArgs&, VARIANT* v) { SetResult(v, Wrap(Live(e_).CurrentFolder())); });
+        State st = state_;
+        Events(
+            ParseIid("{0006300F-0000-0000-C000-000000000046}"),
+            [st](TComPtr<::IDispatch> sink) { return st->explorer.Advise(std::move(sink)); },
+            [st](DWORD cookie) { return st->explorer.Unadvise(cookie); });
     }
 
 private:
@@ -598,8 +604,15 @@ void TAutoOutlook::SetVersion(std::string version) { state_->version = std::move
 
 void TAutoOutlook::FireQuit() { state_->application.Fire(0xF007, {}); }
 
+void TAutoOutlook::FireFolderSwitch() { state_->explorer.Fire(0xF002, {}); }
+
+void TAutoOutlook::FireExplorerClose() { state_->explorer.Fire(0xF008, {}); }
+
+size_t TAutoOutlook::ExplorerSinkCount() const { return state_->explorer.Count(); }
+
 void TAutoOutlook::ReleaseSinks() {
     state_->application.Clear();
+    state_->explorer.Clear();
     auto folderSinks = std::move(state_->folderSinks);
     state_->folderSinks.clear();
     for (auto& [items, cookie] : folderSinks) Swallow([&] { items->Unadvise(cookie); });

@@ -4,7 +4,8 @@
 // dispatch names (and Class), each call going to the simulated mailbox with its named failures.
 // Events come through real connection points: ItemEvents of an item (the mailbox's own
 // connection), ItemsEvents of a folder's items (ItemAdd, as the mailbox raises it) and
-// ApplicationEvents_11 of the application (Quit, raised by FireQuit).
+// ApplicationEvents_11 of the application (Quit, raised by FireQuit), and ExplorerEvents_10 of
+// the explorer (FolderSwitch and Close).
 #include <memory>
 #include <string>
 
@@ -37,6 +38,10 @@ public:
 
     // Outlook quits: Quit to the application's event sinks.
     void FireQuit();
+    // The explorer shows another folder (FolderSwitch), or closes (Close), to its event sinks.
+    void FireFolderSwitch();
+    void FireExplorerClose();
+    size_t ExplorerSinkCount() const;
     // Outlook goes away: it lets go of every event sink it holds.
     void ReleaseSinks();
 

@@ -11,6 +11,7 @@
 #include "win/winhost/AutoExcel.h"
 #include "win/winhost/AutoObject.h"
 #include "win/winhost/AutoOutlook.h"
+#include "win/winhost/ExplorerWindow.h"
 
 namespace win {
 namespace {
@@ -189,6 +190,8 @@ TWinScriptHost::~TWinScriptHost() { Unload(); }
 
 std::string TWinScriptHost::Unload() {
     ReleaseAddIn();
+    // The explorer goes with Outlook, and the panes left in it.
+    explorer_.reset();
     std::string problem;
     if (automation_) automation_->ReleaseSinks();
     if (excel_) excel_->Release();
@@ -223,6 +226,7 @@ void TWinScriptHost::Execute(const Words& words) {
     if (words.empty()) return;
     const std::string& c = words[0];
     Words args(words.begin() + 1, words.end());
+    if (windows_ && WindowCommand(c, args)) return;
     if (SameName(c, "start")) {
         Start(args);
     } else if (SameName(c, "shutdown")) {
@@ -284,6 +288,10 @@ void TWinScriptHost::Start(const Words& a) {
     addInRunning_ = true;
     SAFEARRAY* custom = SafeArrayCreateVector(VT_VARIANT, 0, 0);
     extensibility_->OnConnection(application_.Get(), ext_cm_Startup, comAddIn_.Get(), &custom);
+    // Office's task pane service, as Office hands it over after the connection.
+    if (explorer_)
+        if (auto consumer = addIn_.As<ICustomTaskPaneConsumer>(IID_ICustomTaskPaneConsumer))
+            consumer->CTPFactoryAvailable(explorer_->Factory());
     LoadRibbon();
     extensibility_->OnStartupComplete(&custom);
     SafeArrayDestroy(custom);
@@ -396,6 +404,75 @@ void TWinScriptHost::Forward(const Words& words) {
         // module's error handler, inside the add-in.
         if (auto error = NewDialogError()) throw sim::EScriptError(*error);
         script_->HandleEscaped();
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// The explorer window
+
+void TWinScriptHost::EnableWindows() {
+    windows_ = true;
+    if (!explorer_) explorer_ = std::make_unique<TExplorerWindow>(Host().Outlook);
+}
+
+bool TWinScriptHost::WindowCommand(const std::string& c, const Words& a) {
+    if (SameName(c, "screenshot")) {
+        Screenshot(a);
+        return true;
+    }
+    if (!explorer_ || !addIn_) return false;
+    if (SameName(c, "explorer") && a.empty()) {
+        RequireAddIn(true);
+        explorer_->ShowFolder();
+        automation_->FireFolderSwitch();
+        explorer_->Pump();
+        return true;
+    }
+    // An item pane comes to the front by a click on its tab (its tab reads the form's name
+    // without "fm").
+    if (SameName(c, "activate") && a.size() == 1 && a[0].size() > 2 && SameName(a[0].substr(0, 2), "fm") &&
+        addInRunning_ && explorer_->ChooseTab(a[0].substr(2))) {
+        explorer_->Pump();
+        return true;
+    }
+    if (SameName(c, "close") && a.size() == 1 && SameName(a[0], "explorer")) {
+        RequireAddIn(true);
+        automation_->FireExplorerClose();
+        explorer_->Pump();
+        return true;
+    }
+    if (SameName(c, "outlook") && !a.empty() && SameName(a[0], "select")) {
+        auto before = Host().Outlook.ExplorerFolder();
+        TScriptHost::Execute([&] {
+            Words words{c};
+            words.insert(words.end(), a.begin(), a.end());
+            return words;
+        }());
+        explorer_->ShowFolder();
+        if (addInRunning_ && Host().Outlook.ExplorerFolder() != before) automation_->FireFolderSwitch();
+        explorer_->Pump();
+        return true;
+    }
+    return false;
+}
+
+void TWinScriptHost::Screenshot(const Words& a) {
+    if (a.empty() || a.size() > 2) throw sim::EScriptError("usage: screenshot FILE [WINDOW]");
+    HWND window = nullptr;
+    if (a.size() == 2) {
+        if (SameName(a[1], "explorer")) {
+            if (!explorer_) throw sim::EScriptError("no explorer window is shown");
+            window = explorer_->Window();
+        } else {
+            window = FindWindowW(nullptr, Wide(a[1]).c_str());
+            if (!window) throw sim::EScriptError("no window " + sim::QuoteWord(a[1]) + " is shown");
+        }
+    }
+    if (explorer_) explorer_->Pump();
+    try {
+        SaveScreenshot(window, Wide(a[0]));
+    } catch (const std::exception& e) {
+        throw sim::EScriptError("the screenshot " + a[0] + " could not be saved: " + e.what());
     }
 }
 

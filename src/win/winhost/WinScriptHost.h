@@ -8,6 +8,14 @@
 // on the add-in's forms, tables and variables run inside the add-in through the script bridge,
 // with the same code as in corvelle-sim; what the add-in shows comes back to this host's
 // transcript. Everything else runs here as in corvelle-sim, so the transcripts are the same.
+//
+// With windows (EnableWindows, before the first start) it also draws Outlook's explorer window
+// (TExplorerWindow), and hands the add-in its custom task pane service as
+// Office does (CTPFactoryAvailable, after OnConnection): the add-in's panes then show in that
+// window. The explorer commands then reach the add-in as the explorer's events: "explorer" and an
+// "outlook select" of another folder as FolderSwitch, "close explorer" as Close. "screenshot FILE
+// [WINDOW]" saves the screen, the explorer ("explorer") or the top-level window of that caption
+// as a PNG file.
 #include <memory>
 #include <ostream>
 #include <string>
@@ -21,6 +29,7 @@ namespace win {
 
 class TAutoExcel;
 class TAutoOutlook;
+class TExplorerWindow;
 
 class TWinScriptHost : public sim::TScriptHost {
 public:
@@ -32,6 +41,12 @@ public:
     // Answers what is still alive: empty when Corvelle.dll may unload (DllCanUnloadNow) and no
     // automation object of this host is referenced any more.
     std::string Unload();
+
+    // Draws the explorer window (now) and offers the custom task pane service; before the first
+    // start.
+    void EnableWindows();
+    // The explorer window; null without windows or before the first start.
+    TExplorerWindow* Explorer() const { return explorer_.get(); }
 
     // What the add-in gave for the explorer's ribbon at the last start.
     const std::string& RibbonXml() const { return ribbonXml_; }
@@ -57,6 +72,8 @@ private:
     void CallAddIn(const std::string& callback, IDispatch* argument);
     void RequireAddIn(bool running);
     void PushClock();
+    bool WindowCommand(const std::string& command, const Words& args);
+    void Screenshot(const Words& a);
 
     // The bridge's calls from the add-in.
     class TBridgeHost;
@@ -71,6 +88,8 @@ private:
     std::unique_ptr<TBridgeHost> bridge_;
     std::unique_ptr<TAutoOutlook> automation_;
     std::unique_ptr<TAutoExcel> excel_;
+    std::unique_ptr<TExplorerWindow> explorer_;
+    bool windows_ = false;
     TComPtr<IDispatch> application_;
     TComPtr<IDispatch> comAddIn_;
     TComPtr<IDispatch> ribbonUI_;
