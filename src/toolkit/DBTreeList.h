@@ -17,6 +17,7 @@
 #include "toolkit/Forms.h"
 
 class TcxDBTreeList;
+class TPopupMenu;
 
 enum class TcxSortOrder { soNone, soAscending, soDescending };
 
@@ -102,6 +103,8 @@ public:
     std::string ParentField = "Parent_ID";
     Variant RootValue = Variant(-1);
     bool ReadOnly = true;
+    // The menu a right click on the tree opens; none at first.
+    TPopupMenu* PopupMenu = nullptr;
 
     // Columns.
     TcxDBTreeListColumn& CreateColumn(std::string name, std::string fieldName, bool visible = true);
