@@ -9,13 +9,13 @@ TfmAbout::TfmAbout() : TForm("fmAbout", "About Corvelle", 360, 220) {
     LinkLabel1.SetCaption("https://corvelle.invalid");
     BitBtn1.SetKind(bkOK);
     // Layout: the version beside its label, the notices below, OK at the bottom right.
-    Label1.SetBounds(16, 16, 56, 17);
-    Label3.SetBounds(76, 16, 268, 17);
-    Label4.SetBounds(16, 48, 336, 17);
-    Label2.SetBounds(16, 72, 336, 17);
-    Label5.SetBounds(16, 104, 336, 17);
-    LinkLabel1.SetBounds(16, 128, 336, 17);
-    BitBtn1.SetBounds(273, 183, 75, 25);
+    Label1.SetBounds(12, 12, 56, 17);
+    Label3.SetBounds(72, 12, 260, 17);
+    Label4.SetBounds(12, 40, 320, 17);
+    Label2.SetBounds(12, 62, 320, 17);
+    Label5.SetBounds(12, 90, 320, 17);
+    LinkLabel1.SetBounds(12, 112, 320, 17);
+    BitBtn1.SetBounds(261, 148, 75, 25);
     BitBtn1.Anchors = {false, false, true, true};
     AfterConstruction();
 }

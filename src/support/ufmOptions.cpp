@@ -17,12 +17,12 @@ TfmOptions::TfmOptions() : TForm("fmOptions", "Completed Tasks", 330, 130) {
     Bind(BitBtn1.OnClick, "BitBtn1Click", &TfmOptions::BitBtn1Click);
     Bind(BitBtn2.OnClick, "BitBtn2Click", &TfmOptions::BitBtn2Click);
     // Layout: the question in one line around the number, OK and Cancel at the bottom right.
-    Label1.SetBounds(12, 28, 204, 17);
-    SpinEdit1.SetBounds(218, 24, 56, 23);
-    Label2.SetBounds(280, 28, 40, 17);
-    BitBtn1.SetBounds(162, 93, 75, 25);
+    Label1.SetBounds(12, 20, 204, 17);
+    SpinEdit1.SetBounds(218, 16, 56, 23);
+    Label2.SetBounds(280, 20, 30, 17);
+    BitBtn1.SetBounds(150, 58, 75, 25);
     BitBtn1.Anchors = {false, false, true, true};
-    BitBtn2.SetBounds(243, 93, 75, 25);
+    BitBtn2.SetBounds(231, 58, 75, 25);
     BitBtn2.Anchors = {false, false, true, true};
     AfterConstruction();
 }

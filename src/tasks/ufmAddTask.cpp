@@ -53,22 +53,22 @@ TfmAddTask::TfmAddTask()
     // Layout: the task found on a strip at the top, the two searches, the tree filling the rest,
     // Cancel and OK at the bottom right.
     Panel1.Align = TAlign::alTop;
-    Panel1.SetBounds(0, 0, 420, 32);
-    cxGroupBox1.SetBounds(8, 40, 404, 56);
+    Panel1.SetBounds(0, 0, 404, 30);
+    cxGroupBox1.SetBounds(8, 36, 388, 52);
     cxGroupBox1.Anchors = {true, true, true, false};
-    OvcNumericField1.SetBounds(10, 22, 140, 23);
-    Button1.SetBounds(166, 61, 75, 25);
-    cxGroupBox2.SetBounds(8, 104, 404, 150);
+    OvcNumericField1.SetBounds(10, 20, 140, 23);
+    Button1.SetBounds(166, 55, 75, 25);
+    cxGroupBox2.SetBounds(8, 94, 388, 140);
     cxGroupBox2.Anchors = {true, true, true, false};
-    OvcSearchList1.SetBounds(10, 22, 296, 118);
-    Button2.SetBounds(329, 125, 75, 25);
+    OvcSearchList1.SetBounds(10, 20, 282, 112);
+    Button2.SetBounds(313, 114, 75, 25);
     Button2.Anchors = {false, true, true, false};
     cxMaskEdit1.SetBounds(-200, 0, 120, 23);
-    cxDBTreeList1.SetBounds(8, 262, 404, 176);
+    cxDBTreeList1.SetBounds(8, 242, 388, 158);
     cxDBTreeList1.Anchors = {true, true, true, true};
-    BitBtn2.SetBounds(256, 447, 75, 25);
+    BitBtn2.SetBounds(240, 408, 75, 25);
     BitBtn2.Anchors = {false, false, true, true};
-    BitBtn1.SetBounds(337, 447, 75, 25);
+    BitBtn1.SetBounds(321, 408, 75, 25);
     BitBtn1.Anchors = {false, false, true, true};
     AfterConstruction();
 }

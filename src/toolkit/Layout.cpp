@@ -9,9 +9,18 @@ int W(const TRect& r) { return r.Right - r.Left; }
 int H(const TRect& r) { return r.Bottom - r.Top; }
 }  // namespace
 
-TFormLayout::TFormLayout(const TForm& form, int width, int height) : form_(form) {
-    Arrange(nullptr, form.Width(), form.Height(), form.Width(), form.Height(), design_);
-    Arrange(nullptr, width, height, form.Width(), form.Height(), placed_);
+int DesignClientWidth(const TForm& form, bool framed) {
+    return framed && form.BorderStyle != TFormBorderStyle::bsNone ? std::max(0, form.Width() - kFrameWidth) : form.Width();
+}
+
+int DesignClientHeight(const TForm& form, bool framed) {
+    return framed && form.BorderStyle != TFormBorderStyle::bsNone ? std::max(0, form.Height() - kFrameHeight)
+                                                                  : form.Height();
+}
+
+TFormLayout::TFormLayout(const TForm& form, int width, int height, int designWidth, int designHeight) : form_(form) {
+    Arrange(nullptr, designWidth, designHeight, designWidth, designHeight, design_);
+    Arrange(nullptr, width, height, designWidth, designHeight, placed_);
 }
 
 std::vector<TControl*> TFormLayout::Children(const TControl* parent) const {
