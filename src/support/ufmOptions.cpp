@@ -16,13 +16,13 @@ TfmOptions::TfmOptions() : TForm("fmOptions", "Completed Tasks", 330, 130) {
     Bind(OnShow, "FormShow", &TfmOptions::FormShow);
     Bind(BitBtn1.OnClick, "BitBtn1Click", &TfmOptions::BitBtn1Click);
     Bind(BitBtn2.OnClick, "BitBtn2Click", &TfmOptions::BitBtn2Click);
-    // Layout: the question in one line around the number, OK and Cancel at the bottom right.
-    Label1.SetBounds(12, 20, 204, 17);
-    SpinEdit1.SetBounds(218, 16, 56, 23);
-    Label2.SetBounds(280, 20, 30, 17);
-    BitBtn1.SetBounds(150, 58, 75, 25);
+    // Layout: the question, the number of days below it, OK and Cancel at the bottom right.
+    Label1.SetBounds(12, 10, 290, 17);
+    SpinEdit1.SetBounds(12, 30, 64, 23);
+    Label2.SetBounds(82, 34, 40, 17);
+    BitBtn1.SetBounds(150, 60, 75, 25);
     BitBtn1.Anchors = {false, false, true, true};
-    BitBtn2.SetBounds(231, 58, 75, 25);
+    BitBtn2.SetBounds(231, 60, 75, 25);
     BitBtn2.Anchors = {false, false, true, true};
     AfterConstruction();
 }

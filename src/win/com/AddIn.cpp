@@ -13,6 +13,7 @@
 #include "win/com/Registration.h"
 #include "win/com/RibbonXml.h"
 #include "win/com/ScriptBridge.h"
+#include "win/ui/OutlookDesktop.h"
 #include "win/platform/WinServices.h"
 
 namespace win {
@@ -62,6 +63,7 @@ public:
     TCorvelle() : extensibility_(*this), ribbon_(*this), script_(*this) {}
     ~TCorvelle() override {
         UnadviseApplicationEvents();
+        if (desktop_) win::ui::UninstallOutlookDesktop();
         // The module goes first, while the bridge that serves it is still there.
         module_.reset();
         bridge_.reset();
@@ -151,6 +153,11 @@ public:
             }
             module_ = std::make_unique<TAddInModule>(std::move(host));
             if (bridge_) bridge_->Attach(module_.get(), [this] { return Running(); });
+            // Inside a real Outlook the forms get windows; the script bridge keeps its own hosts.
+            if (!bridge_) {
+                win::ui::InstallOutlookDesktop();
+                desktop_ = true;
+            }
             connected_ = true;
             AdviseApplicationEvents();
             module_->OnConnection();
@@ -401,6 +408,7 @@ private:
 
     TComPtr<IDispatch> application_;
     std::unique_ptr<TScriptBridge> bridge_;
+    bool desktop_ = false;
     std::unique_ptr<TAddInModule> module_;
     std::shared_ptr<platform::IConnectionPoint> appEvents_;
     std::shared_ptr<TQuitSink> quitSink_;
