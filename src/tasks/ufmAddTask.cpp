@@ -60,8 +60,8 @@ TfmAddTask::TfmAddTask()
     Button1.SetBounds(166, 55, 75, 25);
     cxGroupBox2.SetBounds(8, 94, 388, 140);
     cxGroupBox2.Anchors = {true, true, true, false};
-    OvcSearchList1.SetBounds(10, 20, 282, 112);
-    Button2.SetBounds(313, 114, 75, 25);
+    OvcSearchList1.SetBounds(10, 20, 368, 84);
+    Button2.SetBounds(311, 202, 75, 25);
     Button2.Anchors = {false, true, true, false};
     cxMaskEdit1.SetBounds(-200, 0, 120, 23);
     cxDBTreeList1.SetBounds(8, 242, 388, 158);

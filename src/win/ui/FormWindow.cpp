@@ -232,6 +232,21 @@ TFormWindowImpl::TFormWindowImpl(TForm& form, HWND parent, bool topLevel) : form
     Windows().push_back(this);
     CreateViews(nullptr, hwnd_);
     Layout();
+    // A box or panel that other controls of its parent stand on goes under them (windows made
+    // later stand under those made before).
+    for (auto& v : views_) {
+        if (!dynamic_cast<TGroupBox*>(&v->Control()) && !dynamic_cast<TPanel*>(&v->Control())) continue;
+        RECT box;
+        GetWindowRect(v->Handle(), &box);
+        for (HWND s = GetWindow(GetParent(v->Handle()), GW_CHILD); s; s = GetWindow(s, GW_HWNDNEXT)) {
+            RECT other, common;
+            GetWindowRect(s, &other);
+            if (s != v->Handle() && IntersectRect(&common, &box, &other)) {
+                SetWindowPos(v->Handle(), HWND_BOTTOM, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+                break;
+            }
+        }
+    }
     Refresh();
 }
 

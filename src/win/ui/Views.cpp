@@ -495,7 +495,8 @@ public:
     }
     void Place(int x, int y, int w, int h) override {
         TView::Place(x, y, w, h);
-        MoveWindow(tabs_, 0, 0, w, h, TRUE);
+        // Under the pages, which stand on its display area.
+        SetWindowPos(tabs_, HWND_BOTTOM, 0, 0, w, h, SWP_NOACTIVATE);
     }
     void Refresh() override {
         RefreshCommon(hwnd_);
