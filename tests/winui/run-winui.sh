@@ -1,13 +1,22 @@
 #!/usr/bin/env bash
-# Runs the window tests under Wine on an X display (an Xvfb of its own when none is given) and
-# takes the screenshots the tests ask for: a test writes NAME.request into the folder and waits
-# for NAME.done; this script photographs the whole screen into NAME.png in between.
+# Runs the window tests under Wine on an X display (an Xvfb of its own when none is given), in a
+# Wine prefix of their own (a prefix whose desktop was started without a display by another
+# test draws no windows), and takes the screenshots the tests ask for: a test writes
+# NAME.request into the folder and waits for NAME.done; this script photographs the whole screen
+# into NAME.png in between.
 set -euo pipefail
 wine=$1 exe=$2 shots=$3
 mkdir -p "$shots"
 rm -f "$shots"/*.request "$shots"/*.done
 pids=()
-cleanup() { for p in "${pids[@]}"; do kill "$p" 2>/dev/null || true; done; }
+prefix=$(mktemp -d "${TMPDIR:-/tmp}/corvelle-winui-XXXXXX")
+wineserver=$(dirname "$wine")/wineserver
+[ -x "$wineserver" ] || wineserver=$(command -v wineserver)
+cleanup() {
+  for p in "${pids[@]}"; do kill "$p" 2>/dev/null || true; done
+  WINEPREFIX=$prefix "$wineserver" -k 2>/dev/null || true
+  rm -rf "$prefix"
+}
 trap cleanup EXIT
 if [ -z "${DISPLAY:-}" ]; then
   display=77
@@ -30,4 +39,6 @@ fi
   done
 ) &
 pids+=($!)
+export WINEPREFIX=$prefix WINEDEBUG=-all
+"$wine" wineboot -i >/dev/null 2>&1
 CORVELLE_SCREENSHOTS="Z:$shots" "$wine" "$exe"
