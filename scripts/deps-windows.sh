@@ -4,11 +4,12 @@
 # imports (libwine-dev), GoogleTest's sources, zlib for Windows, NSIS for the setup program, Xvfb
 # for the tests that draw windows; and
 # Debian's sources of libzip and pugixml, which the workbook engine needs and which Debian ships
-# built for Linux only (they are built with the rest, from build/windows-sources/).
+# built for Linux only (they are built with the rest, from build/windows-sources/); Xvfb and
+# ImageMagick, on which the windows are drawn and photographed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 packages=(mingw-w64 g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix mingw-w64-tools wine64 libwine-dev
-          googletest nsis libz-mingw-w64-dev dpkg-dev xvfb)
+          googletest nsis libz-mingw-w64-dev dpkg-dev xvfb xauth imagemagick)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

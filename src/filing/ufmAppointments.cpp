@@ -32,6 +32,9 @@ TfmAppointments::TfmAppointments()
     Bind(OnActivate, "adxOlFormActivate", &TfmAppointments::adxOlFormActivate);
     Bind(OnClose, "adxOlFormClose", &TfmAppointments::adxOlFormClose);
     v.SetDataSource(&Globals().AddInModule->dsMemDataAppointments);
+    // Layout: the grid fills the pane.
+    cxGrid6.Align = TAlign::alClient;
+    cxGrid6DBTableView1.Align = TAlign::alClient;
     AfterConstruction();
 }
 

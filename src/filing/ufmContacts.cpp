@@ -55,6 +55,14 @@ TfmContacts::TfmContacts()
     Bind(OnClose, "adxOlFormClose", &TfmContacts::adxOlFormClose);
     cxGrid6DBTableView1.SetDataSource(&Globals().AddInModule->dsMemDataContacts);
     cxGrid7DBTableView1.SetDataSource(&Globals().AddInModule->dsMemDataDistLists);
+    // Layout: the pages fill the pane, each page's grid fills its page.
+    tcxPageControl3.Align = TAlign::alClient;
+    cxTabSheet1.Align = TAlign::alClient;
+    cxTabSheet4.Align = TAlign::alClient;
+    cxGrid6.Align = TAlign::alClient;
+    cxGrid6DBTableView1.Align = TAlign::alClient;
+    cxGrid7.Align = TAlign::alClient;
+    cxGrid7DBTableView1.Align = TAlign::alClient;
     AfterConstruction();
 }
 

@@ -47,6 +47,9 @@ TfmEmails::TfmEmails()
     Bind(OnActivate, "adxOlFormActivate", &TfmEmails::adxOlFormActivate);
     Bind(OnClose, "adxOlFormClose", &TfmEmails::adxOlFormClose);
     v.SetDataSource(&Globals().AddInModule->dsMemDataEmails);
+    // Layout: the grid fills the pane.
+    cxGrid1.Align = TAlign::alClient;
+    cxGridDBBandedTableView1.Align = TAlign::alClient;
     AfterConstruction();
 }
 

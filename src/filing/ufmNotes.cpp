@@ -41,6 +41,9 @@ TfmNotes::TfmNotes()
     Bind(OnShow, "adxOlFormShow", &TfmNotes::adxOlFormShow);
     Bind(OnClose, "adxOlFormClose", &TfmNotes::adxOlFormClose);
     v.SetDataSource(&Globals().AddInModule->dsMemDataNotes);
+    // Layout: the grid fills the pane.
+    cxGrid5.Align = TAlign::alClient;
+    cxGridDBBandedTableView2.Align = TAlign::alClient;
     AfterConstruction();
 }
 

@@ -16,6 +16,14 @@ TfmOptions::TfmOptions() : TForm("fmOptions", "Completed Tasks", 330, 130) {
     Bind(OnShow, "FormShow", &TfmOptions::FormShow);
     Bind(BitBtn1.OnClick, "BitBtn1Click", &TfmOptions::BitBtn1Click);
     Bind(BitBtn2.OnClick, "BitBtn2Click", &TfmOptions::BitBtn2Click);
+    // Layout: the question, the number of days below it, OK and Cancel at the bottom right.
+    Label1.SetBounds(12, 10, 290, 17);
+    SpinEdit1.SetBounds(12, 30, 64, 23);
+    Label2.SetBounds(82, 34, 40, 17);
+    BitBtn1.SetBounds(150, 60, 75, 25);
+    BitBtn1.Anchors = {false, false, true, true};
+    BitBtn2.SetBounds(231, 60, 75, 25);
+    BitBtn2.Anchors = {false, false, true, true};
     AfterConstruction();
 }
 

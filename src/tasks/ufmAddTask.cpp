@@ -50,6 +50,26 @@ TfmAddTask::TfmAddTask()
     cxDBTreeList1.OnCustomDrawDataCell = [this](TcxDBTreeList& s, TcxTreeListNode* n, TcxDBTreeListColumn& c,
                                                 TFontStyles& st) { cxDBTreeList1CustomDrawDataCell(s, n, c, st); };
     cxDBTreeList1.SetDataSource(&Globals().AddInModule->dsMemDataAddTask);
+    // Layout: the task found on a strip at the top, the two searches, the tree filling the rest,
+    // Cancel and OK at the bottom right.
+    Panel1.Align = TAlign::alTop;
+    Panel1.SetBounds(0, 0, 404, 30);
+    cxGroupBox1.SetBounds(8, 36, 388, 52);
+    cxGroupBox1.Anchors = {true, true, true, false};
+    OvcNumericField1.SetBounds(10, 20, 140, 23);
+    Button1.SetBounds(166, 55, 75, 25);
+    cxGroupBox2.SetBounds(8, 94, 388, 140);
+    cxGroupBox2.Anchors = {true, true, true, false};
+    OvcSearchList1.SetBounds(10, 20, 368, 84);
+    Button2.SetBounds(311, 202, 75, 25);
+    Button2.Anchors = {false, true, true, false};
+    cxMaskEdit1.SetBounds(-200, 0, 120, 23);
+    cxDBTreeList1.SetBounds(8, 242, 388, 158);
+    cxDBTreeList1.Anchors = {true, true, true, true};
+    BitBtn2.SetBounds(240, 408, 75, 25);
+    BitBtn2.Anchors = {false, false, true, true};
+    BitBtn1.SetBounds(321, 408, 75, 25);
+    BitBtn1.Anchors = {false, false, true, true};
     AfterConstruction();
 }
 

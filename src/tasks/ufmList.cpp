@@ -153,6 +153,17 @@ TfmList::TfmList()
     Globals().fmList = this;
     // Bound last, so that the first focused node reaches the handlers.
     cxDBTreeList1.SetDataSource(&Globals().AddInModule->dsMemDataTasks);
+    // Layout: the toolbar and the focused task's name and number on top, the tree filling the rest.
+    re.Align = TAlign::alTop;
+    re.SetBounds(0, 0, 300, 66);
+    ButtonGroup1.Align = TAlign::alTop;
+    ButtonGroup1.SetBounds(0, 0, 300, 28);
+    Label3.SetBounds(6, 30, 288, 17);
+    Label3.Anchors = {true, true, true, false};
+    Label4.SetBounds(6, 47, 288, 17);
+    Label4.Anchors = {true, true, true, false};
+    cxDBTreeList1.Align = TAlign::alClient;
+    cxDBTreeList1.PopupMenu = &PopupMenu1;
     AfterConstruction();
 }
 

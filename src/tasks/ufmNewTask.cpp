@@ -17,6 +17,18 @@ TfmNewTask::TfmNewTask() : TForm("fmNewTask", "New Task", 345, 190) {
     Bind(OnClose, "FormClose", &TfmNewTask::FormClose);
     Bind(BitBtn1.OnClick, "BitBtn1Click", &TfmNewTask::BitBtn1Click);
     Bind(BitBtn2.OnClick, "BitBtn2Click", &TfmNewTask::BitBtn2Click);
+    // Layout: the name and the number in boxes of their own, OK and Cancel at the bottom right.
+    GroupBox1.SetBounds(8, 6, 313, 50);
+    GroupBox1.Anchors = {true, true, true, false};
+    Edit2.SetBounds(10, 18, 293, 23);
+    Edit2.Anchors = {true, true, true, false};
+    GroupBox2.SetBounds(8, 60, 313, 50);
+    GroupBox2.Anchors = {true, true, true, false};
+    SpinEdit1.SetBounds(10, 18, 90, 23);
+    BitBtn1.SetBounds(165, 118, 75, 25);
+    BitBtn1.Anchors = {false, false, true, true};
+    BitBtn2.SetBounds(246, 118, 75, 25);
+    BitBtn2.Anchors = {false, false, true, true};
     AfterConstruction();
 }
 

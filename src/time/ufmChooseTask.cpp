@@ -38,6 +38,13 @@ TfmChooseTask::TfmChooseTask()
     };
     PublishHandler("ApplyChosenTask", [this] { ApplyChosenTask(); });
     cxDBTreeList1.SetDataSource(&Globals().AddInModule->dsMemDataTasks);
+    // Layout: the tree filling the window, OK and Cancel at the bottom right.
+    cxDBTreeList1.SetBounds(8, 8, 304, 351);
+    cxDBTreeList1.Anchors = {true, true, true, true};
+    BitBtn2.SetBounds(156, 367, 75, 25);
+    BitBtn2.Anchors = {false, false, true, true};
+    BitBtn1.SetBounds(237, 367, 75, 25);
+    BitBtn1.Anchors = {false, false, true, true};
     AfterConstruction();
 }
 

@@ -81,6 +81,19 @@ TfmTime::TfmTime()
     Bind(OnActivate, "adxOlFormActivate", &TfmTime::adxOlFormActivate);
     Bind(OnClose, "adxOlFormClose", &TfmTime::adxOlFormClose);
     v.SetDataSource(&Globals().AddInModule->dsMemDataTime);
+    // Layout: the filters on a strip at the top, the grid filling the rest.
+    Panel1.Align = TAlign::alTop;
+    Panel1.SetBounds(0, 0, 600, 58);
+    GroupBox1.SetBounds(6, 2, 150, 52);
+    DateTimePicker2.SetBounds(8, 20, 134, 23);
+    GroupBox2.SetBounds(162, 2, 150, 52);
+    DateTimePicker1.SetBounds(8, 20, 134, 23);
+    CheckBox1.SetBounds(324, 22, 130, 19);
+    Label5.SetBounds(460, 24, 40, 17);
+    BitBtn1.SetBounds(514, 18, 80, 25);
+    BitBtn1.Anchors = {false, true, true, false};
+    cxGrid4.Align = TAlign::alClient;
+    cxGrid4DBBandedTableView2.Align = TAlign::alClient;
     AfterConstruction();
 }
 

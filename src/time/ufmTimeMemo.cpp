@@ -47,6 +47,29 @@ TfmTimeMemo::TfmTimeMemo() : TForm("fmTimeMemo", "Time Memo", 480, 360) {
     PublishHandler("ValidateTimeEntry", [this] { ValidateTimeEntry(); });
 
     cxDBCheckBox1.SetDataBinding(&Globals().AddInModule->dsMemDataTime, "Closed");
+    // Layout: the task and the timekeeper in boxes, date, amount and the closed mark on one line,
+    // the narrative filling the rest, OK and Cancel at the bottom right.
+    GroupBox1.SetBounds(8, 6, 448, 52);
+    GroupBox1.Anchors = {true, true, true, false};
+    Label1.SetBounds(10, 24, 310, 17);
+    Button1.SetBounds(328, 19, 110, 25);
+    Button1.Anchors = {false, true, true, false};
+    GroupBox2.SetBounds(8, 62, 448, 46);
+    GroupBox2.Anchors = {true, true, true, false};
+    Label4.SetBounds(10, 20, 428, 17);
+    Label2.SetBounds(16, 118, 34, 17);
+    DateTimePicker1.SetBounds(54, 114, 110, 23);
+    Label3.SetBounds(180, 118, 34, 17);
+    cxCurrencyEdit1.SetBounds(218, 114, 80, 23);
+    cxDBCheckBox1.SetBounds(316, 116, 100, 19);
+    GroupBox3.SetBounds(8, 144, 448, 136);
+    GroupBox3.Anchors = {true, true, true, true};
+    Memo1.SetBounds(10, 20, 428, 106);
+    Memo1.Anchors = {true, true, true, true};
+    BitBtn1.SetBounds(300, 288, 75, 25);
+    BitBtn1.Anchors = {false, false, true, true};
+    BitBtn2.SetBounds(381, 288, 75, 25);
+    BitBtn2.Anchors = {false, false, true, true};
     AfterConstruction();
 }
 

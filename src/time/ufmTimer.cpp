@@ -53,6 +53,15 @@ TfmTimer::TfmTimer() : TForm("fmTimer", "Timer", 520, 80) {
     PublishHandler("StartTimer", [this] { StartTimer(); });
     PublishHandler("StopTimer", [this] { StopTimer(); });
     PublishHandler("PostTime", [this] { PostTime(); });
+    // Layout: one strip of start, reset, the stopwatch, the task chooser and the four buttons.
+    ToolButton2.SetBounds(6, 6, 30, 30);
+    ToolButton3.SetBounds(38, 6, 30, 30);
+    OvcTimeEdit1.SetBounds(76, 10, 180, 23);
+    Button1.SetBounds(262, 9, 36, 25);
+    MemoButton.SetBounds(306, 6, 30, 30);
+    NoteButton.SetBounds(338, 6, 30, 30);
+    MailButton.SetBounds(370, 6, 30, 30);
+    AppointmentButton.SetBounds(402, 6, 30, 30);
     AfterConstruction();
 }
 

@@ -19,6 +19,7 @@
 #include "toolkit/Forms.h"
 
 class TcxDBTreeList;
+class TPopupMenu;
 
 // Which keys stand expanded, by their text: a key whose text spells an integer is held as the
 // integer, so that a rebuild asks without making texts.
@@ -121,6 +122,8 @@ public:
     std::string ParentField = "Parent_ID";
     Variant RootValue = Variant(-1);
     bool ReadOnly = true;
+    // The menu a right click on the tree opens; none at first.
+    TPopupMenu* PopupMenu = nullptr;
 
     // Columns.
     TcxDBTreeListColumn& CreateColumn(std::string name, std::string fieldName, bool visible = true);

@@ -137,6 +137,13 @@ TControl::~TControl() {
         if (auto* child = dynamic_cast<TControl*>(c); child && child->parent_ == this) child->parent_ = nullptr;
 }
 
+void TControl::SetBounds(int left, int top, int width, int height) {
+    left_ = left;
+    top_ = top;
+    width_ = width < 0 ? 0 : width;
+    height_ = height < 0 ? 0 : height;
+}
+
 void TControl::SetParent(TControl* parent) {
     for (TControl* p = parent; p; p = p->parent_)
         if (p == this) throw EInvalidOperation("A control cannot be its own parent");

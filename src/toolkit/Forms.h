@@ -83,6 +83,18 @@ struct TBorderIcons {
 // caFree closes it too: forms belong to the module and are freed only at shutdown.
 enum TCloseAction : int { caNone = 0, caHide = 1, caFree = 2 };
 
+// Where a control stands in its parent: alNone keeps its bounds; the others dock it to an edge
+// of what its parent has left (in the order the controls were made), alClient takes the rest.
+enum class TAlign { alNone, alTop, alBottom, alLeft, alRight, alClient };
+// The edges of its parent that an undocked control keeps its distance to when the parent is
+// resized: left and top at first; right and left both stretch it.
+struct TAnchors {
+    bool Left = true;
+    bool Top = true;
+    bool Right = false;
+    bool Bottom = false;
+};
+
 // Properties of a component, readable by name.
 class TPropertyList {
 public:
@@ -152,6 +164,20 @@ public:
     void SetVisible(bool value);
     const std::string& Hint() const { return hint_; }
     void SetHint(std::string value) { hint_ = std::move(value); }
+
+    // ---- geometry: what a host needs to lay the control out -----------------------------------
+    // The bounds within the parent's client area (the form's, for a control without a parent),
+    // as the form was designed at its design size.
+    int Left() const { return left_; }
+    int Top() const { return top_; }
+    int Width() const { return width_; }
+    int Height() const { return height_; }
+    void SetBounds(int left, int top, int width, int height);
+    TAlign Align = TAlign::alNone;
+    TAnchors Anchors;
+    // The place in the Tab key's order among the controls of one parent; lower first, -1 for
+    // the order of making.
+    int TabOrder = -1;
 
     // Visible with all its parents.
     virtual bool Showing() const;
@@ -225,6 +251,10 @@ protected:
 private:
     friend class TForm;
     TControl* parent_;
+    int left_ = 0;
+    int top_ = 0;
+    int width_ = 0;
+    int height_ = 0;
     bool enabled_ = true;
     bool visible_ = true;
     std::string hint_;

@@ -7,19 +7,46 @@
 #include "base/Clock.h"
 #include "base/Guard.h"
 #include "host/AddinModule.h"
+#include "toolkit/Graphics.h"
 #include "win/bind/OleEvents.h"
 #include "win/bind/OleExcel.h"
 #include "win/bind/OleObject.h"
 #include "win/bind/OleOutlook.h"
+#include "win/com/PaneControl.h"
 #include "win/com/Registration.h"
 #include "win/com/RibbonXml.h"
 #include "win/com/ScriptBridge.h"
 #include "win/com/TaskPanes.h"
 #include "win/platform/WinServices.h"
 #include "win/res/Glyphs.h"
+#include "win/ui/OutlookDesktop.h"
+#include "win/ui/WinUi.h"
 
 namespace win {
 namespace {
+
+// The panes draw their forms with the views of the forms' windows, and the views draw their
+// pictures from the glyphs in the library: a form's image list by the form's and the list's names.
+class TPaneView final : public panes::IPaneContent {
+public:
+    explicit TPaneView(std::unique_ptr<ui::TFormWindow> window) : window_(std::move(window)) {}
+    void SetBounds(const RECT& r) override { window_->SetBounds(r.left, r.top, r.right - r.left, r.bottom - r.top); }
+
+private:
+    std::unique_ptr<ui::TFormWindow> window_;
+};
+
+void ConnectViews() {
+    panes::SetPaneContentFactory([](TForm& form, HWND parent) -> std::unique_ptr<panes::IPaneContent> {
+        std::unique_ptr<ui::TFormWindow> window = ui::CreatePaneWindow(form, parent);
+        if (!window) return nullptr;
+        return std::make_unique<TPaneView>(std::move(window));
+    });
+    ui::SetImageListProvider([](const TcxImageList* list) -> HIMAGELIST {
+        if (!list || !list->Owner()) return nullptr;
+        return res::ImageList(list->Owner()->Name() + "." + list->Name());
+    });
+}
 
 // Outlook's application events (ApplicationEvents_11) and the dispatch ID of Quit.
 constexpr const char* kApplicationEvents = "{0006302C-0000-0000-C000-000000000046}";
@@ -67,6 +94,7 @@ public:
     ~TCorvelle() override {
         UnadviseApplicationEvents();
         panes_.reset();
+        if (desktop_) win::ui::UninstallOutlookDesktop();
         // The module goes first, while the bridge that serves it is still there.
         module_.reset();
         bridge_.reset();
@@ -159,9 +187,15 @@ public:
                 host.Services.Excel = MakeOleExcelServer();
             }
             module_ = std::make_unique<TAddInModule>(std::move(host));
+            ConnectViews();
             panes_ = std::make_unique<TTaskPanes>(*module_);
             panes_->SetFactory(ctpFactory_.Get());
             if (bridge_) bridge_->Attach(module_.get(), [this] { return Running(); });
+            // Inside a real Outlook the forms get windows; the script bridge keeps its own hosts.
+            if (!bridge_) {
+                win::ui::InstallOutlookDesktop();
+                desktop_ = true;
+            }
             connected_ = true;
             AdviseApplicationEvents();
             module_->OnConnection();
@@ -465,6 +499,7 @@ private:
 
     TComPtr<IDispatch> application_;
     std::unique_ptr<TScriptBridge> bridge_;
+    bool desktop_ = false;
     std::unique_ptr<TAddInModule> module_;
     TComPtr<ICTPFactory> ctpFactory_;
     std::unique_ptr<TTaskPanes> panes_;

@@ -1,0 +1,99 @@
+#include "win/ui/DropTarget.h"
+
+#include <ole2.h>
+
+#include <atomic>
+
+namespace win::ui {
+
+namespace {
+
+class TTextDropTarget : public IDropTarget {
+public:
+    TTextDropTarget(std::function<int(POINT)> lineAt, std::function<void(int)> over, std::function<void(int)> drop)
+        : lineAt_(std::move(lineAt)), over_(std::move(over)), drop_(std::move(drop)) {}
+    virtual ~TTextDropTarget() = default;
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
+        if (!out) return E_POINTER;
+        if (iid == IID_IUnknown || iid == IID_IDropTarget) {
+            *out = static_cast<IDropTarget*>(this);
+            AddRef();
+            return S_OK;
+        }
+        *out = nullptr;
+        return E_NOINTERFACE;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++refs_; }
+    ULONG STDMETHODCALLTYPE Release() override {
+        ULONG n = --refs_;
+        if (n == 0) delete this;
+        return n;
+    }
+    HRESULT STDMETHODCALLTYPE DragEnter(IDataObject* data, DWORD, POINTL pt, DWORD* effect) override {
+        accepts_ = OffersText(data);
+        return DragOver(0, pt, effect);
+    }
+    HRESULT STDMETHODCALLTYPE DragOver(DWORD, POINTL pt, DWORD* effect) override {
+        if (!effect) return E_INVALIDARG;
+        if (!accepts_) {
+            *effect = DROPEFFECT_NONE;
+            return S_OK;
+        }
+        POINT p{pt.x, pt.y};
+        int line = lineAt_(p);
+        if (line != lastLine_) {
+            lastLine_ = line;
+            over_(line);
+        }
+        *effect = (*effect & DROPEFFECT_COPY) ? DROPEFFECT_COPY : (*effect & (DROPEFFECT_MOVE | DROPEFFECT_LINK));
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE DragLeave() override {
+        lastLine_ = -1;
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE Drop(IDataObject* data, DWORD, POINTL pt, DWORD* effect) override {
+        lastLine_ = -1;
+        if (!effect) return E_INVALIDARG;
+        if (!OffersText(data)) {
+            *effect = DROPEFFECT_NONE;
+            return S_OK;
+        }
+        *effect = (*effect & DROPEFFECT_COPY) ? DROPEFFECT_COPY : (*effect & (DROPEFFECT_MOVE | DROPEFFECT_LINK));
+        POINT p{pt.x, pt.y};
+        drop_(lineAt_(p));
+        return S_OK;
+    }
+
+private:
+    static bool OffersText(IDataObject* data) {
+        if (!data) return false;
+        for (CLIPFORMAT cf : {static_cast<CLIPFORMAT>(CF_UNICODETEXT), static_cast<CLIPFORMAT>(CF_TEXT)}) {
+            FORMATETC f{cf, nullptr, DVASPECT_CONTENT, -1, TYMED_HGLOBAL};
+            if (data->QueryGetData(&f) == S_OK) return true;
+        }
+        return false;
+    }
+    std::atomic<ULONG> refs_{1};
+    bool accepts_ = false;
+    int lastLine_ = -1;
+    std::function<int(POINT)> lineAt_;
+    std::function<void(int)> over_;
+    std::function<void(int)> drop_;
+};
+
+}  // namespace
+
+void RegisterTextDrop(HWND hwnd, std::function<int(POINT)> lineAt, std::function<void(int)> over,
+                      std::function<void(int)> drop) {
+    // OLE's drag and drop needs OLE on this thread; Outlook's has it, a test's is given it here.
+    OleInitialize(nullptr);
+    auto* target = new TTextDropTarget(std::move(lineAt), std::move(over), std::move(drop));
+    RegisterDragDrop(hwnd, target);  // a failure leaves the tree without drops, and nothing else
+    target->Release();
+}
+
+void RevokeTextDrop(HWND hwnd) { RevokeDragDrop(hwnd); }
+
+}  // namespace win::ui

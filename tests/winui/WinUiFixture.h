@@ -1,0 +1,178 @@
+#pragma once
+// The real forms of a started add-in (tasks, time entries, filed mails) drawn as Windows windows
+// in a stand-in for Outlook's explorer window, with what a user does sent to those windows, and
+// photographs of the screen taken by the test's wrapper script on request.
+#include <windows.h>
+#include <commctrl.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "filing/ufmEmails.h"
+#include "sim/SimFiledItems.h"
+#include "sim/SimOutlook.h"
+#include "support/ufmAbout.h"
+#include "support/ufmOptions.h"
+#include "tasks/ufmAddTask.h"
+#include "tasks/ufmNewTask.h"
+#include "time/TimeFixture.h"
+#include "win/ui/Inspect.h"
+#include "win/ui/Views.h"
+#include "win/ui/WinUi.h"
+
+class WinUiTest : public TimeTest {
+protected:
+    void SetUp() override {
+        TimeTest::SetUp();
+        WNDCLASSW wc{};
+        wc.lpfnWndProc = DefWindowProcW;
+        wc.hInstance = GetModuleHandleW(nullptr);
+        wc.hbrBackground = GetSysColorBrush(COLOR_APPWORKSPACE);
+        wc.lpszClassName = L"CorvelleTestExplorer";
+        RegisterClassW(&wc);
+        explorer = CreateWindowExW(0, wc.lpszClassName, L"Outlook", WS_POPUP | WS_VISIBLE | WS_CLIPCHILDREN, 0, 0, 1280,
+                                   800, nullptr, nullptr, wc.hInstance, nullptr);
+        ASSERT_NE(explorer, nullptr);
+        win::ui::SetImageListProvider([this](const TcxImageList* list) { return Glyphs(list); });
+    }
+    void TearDown() override {
+        windows.clear();
+        win::ui::UninstallHosts();
+        win::ui::SetImageListProvider(nullptr);
+        DestroyWindow(explorer);
+        for (HIMAGELIST l : {shared_, cells_})
+            if (l) ImageList_Destroy(l);
+        TimeTest::TearDown();
+    }
+
+    // Plain numbered squares stand in for the add-in's glyphs.
+    HIMAGELIST Glyphs(const TcxImageList* list) {
+        HIMAGELIST& l = list ? cells_ : shared_;
+        if (l) return l;
+        l = ImageList_Create(16, 16, ILC_COLOR24 | ILC_MASK, 32, 0);
+        HDC screen = GetDC(nullptr);
+        for (int i = 0; i < 32; ++i) {
+            HDC dc = CreateCompatibleDC(screen);
+            HBITMAP bmp = CreateCompatibleBitmap(screen, 16, 16);
+            HGDIOBJ old = SelectObject(dc, bmp);
+            RECT r{0, 0, 16, 16};
+            HBRUSH b = CreateSolidBrush(RGB(40 + (i * 53) % 200, 90 + (i * 31) % 150, 160 + (i * 17) % 90));
+            FillRect(dc, &r, b);
+            DeleteObject(b);
+            SetBkMode(dc, TRANSPARENT);
+            SetTextColor(dc, RGB(255, 255, 255));
+            wchar_t digits[4];
+            wsprintfW(digits, L"%d", i);
+            DrawTextW(dc, digits, -1, &r, DT_CENTER | DT_VCENTER | DT_SINGLELINE);
+            SelectObject(dc, old);
+            ImageList_AddMasked(l, bmp, RGB(255, 0, 255));
+            DeleteObject(bmp);
+            DeleteDC(dc);
+        }
+        ReleaseDC(nullptr, screen);
+        return l;
+    }
+
+    // Lets the windows handle what is queued, for about so long.
+    static void Pump(int milliseconds = 100) {
+        auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+        do {
+            MSG msg;
+            while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
+                TranslateMessage(&msg);
+                DispatchMessageW(&msg);
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        } while (std::chrono::steady_clock::now() < until);
+    }
+
+    win::ui::TFormWindow& PaneWindow(TForm& form, int x, int y, int w, int h) {
+        windows.push_back(win::ui::CreatePaneWindow(form, explorer));
+        windows.back()->SetBounds(x, y, w, h);
+        Pump();
+        return *windows.back();
+    }
+
+    // The user's click with the mouse at a point of a window.
+    static void ClickAt(HWND hwnd, int x, int y, bool right = false, bool twice = false) {
+        POINT p{x, y};
+        ClientToScreen(hwnd, &p);
+        SetCursorPos(p.x, p.y);
+        Pump(50);
+        for (int n = 0; n < (twice ? 2 : 1); ++n) {
+            INPUT in[2] = {};
+            in[0].type = in[1].type = INPUT_MOUSE;
+            in[0].mi.dwFlags = right ? MOUSEEVENTF_RIGHTDOWN : MOUSEEVENTF_LEFTDOWN;
+            in[1].mi.dwFlags = right ? MOUSEEVENTF_RIGHTUP : MOUSEEVENTF_LEFTUP;
+            SendInput(2, in, sizeof(INPUT));
+            Pump(30);
+        }
+        Pump(200);
+    }
+
+    // A picture of the screen, when the wrapper script takes them (CORVELLE_SCREENSHOTS).
+    static void Shot(const std::string& name) {
+        const char* dir = std::getenv("CORVELLE_SCREENSHOTS");
+        if (!dir || !*dir) return;
+        Pump(400);
+        std::filesystem::path base = std::filesystem::path(dir) / name;
+        std::filesystem::remove(base.string() + ".done");
+        std::ofstream(base.string() + ".request") << name;
+        auto until = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (!std::filesystem::exists(base.string() + ".done") && std::chrono::steady_clock::now() < until) Pump(100);
+        std::filesystem::remove(base.string() + ".done");
+    }
+
+    // Opens a modal dialog and, once its loop runs, does what inside says (which must close it).
+    void WhileModal(const std::function<void()>& open, const std::function<void(TForm&)>& inside) {
+        static WinUiTest* self = nullptr;
+        static std::function<void(TForm&)> pending;
+        self = this;
+        pending = inside;
+        SetTimer(nullptr, 0, 150, [](HWND, UINT, UINT_PTR id, DWORD) {
+            for (TForm* f : self->Dialogs())
+                if (f && f->Modal() && f->Visible() && pending) {
+                    KillTimer(nullptr, id);
+                    auto run = std::move(pending);
+                    pending = nullptr;
+                    run(*f);
+                    return;
+                }
+        });
+        open();
+        pending = nullptr;
+    }
+
+    std::vector<TForm*> Dialogs() {
+        auto& g = Globals();
+        return {g.fmNewTask.get(), g.fmTimeMemo.get(), g.fmChooseTask.get(), g.fmTimer.get(),
+                g.fmOptions.get(), g.fmAddTask.get(),  g.fmAbout.get()};
+    }
+
+    // Mails filed on a task, as sending a new mail from the task pane files them.
+    void FileMails(int task, const std::vector<std::string>& subjects) {
+        Focus(task);
+        for (const std::string& s : subjects) {
+            Pane().Newemail1Click();
+            auto draft = host_->Outlook.ActiveItem();
+            ASSERT_NE(draft, nullptr);
+            draft->UserSetProperty("Subject", Variant(s));
+            sim::UserSendMail(*draft);
+            host_->Outlook.DeliverItemAdds();
+        }
+    }
+
+    HWND explorer = nullptr;
+    std::vector<std::unique_ptr<win::ui::TFormWindow>> windows;
+
+private:
+    HIMAGELIST shared_ = nullptr;
+    HIMAGELIST cells_ = nullptr;
+};
