@@ -777,7 +777,8 @@ void TdxMemData::InsertRowSorted(Row row, int& index) {
 
 void TdxMemData::Post() {
     if (state_ != TDataSetState::dsEdit && state_ != TDataSetState::dsInsert) return;
-    bool sorted = !sortedFieldName_.empty() && FindField(sortedFieldName_);
+    // A copy from another table appends, and sorts once at its end (see LoadFromDataSet).
+    bool sorted = !sortedFieldName_.empty() && FindField(sortedFieldName_) && !copyFlag_;
     if (state_ == TDataSetState::dsEdit) {
         if (curRec_ < 0 || curRec_ >= static_cast<int>(rows_.size())) {
             Cancel();
@@ -1153,11 +1154,16 @@ void TdxMemData::LoadFromDataSet(TdxMemData* source) {
         }
     } catch (...) {
         copyFlag_ = false;
+        SortRows();
         EnableControls();
         source->EnableControls();
         throw;
     }
     copyFlag_ = false;
+    // The copied rows were appended in the source's order: one stable sort puts each where a
+    // sorted insert would have, after the rows that sort equal to it, and the cursor stays on
+    // the last row copied.
+    SortRows();
     EnableControls();
     source->EnableControls();
 }
