@@ -87,7 +87,8 @@ void RefilterDirect(TdxMemData& t, int task) {
     t.First();
     const int fi = t.FieldByName("TaskID").Index();
     for (int row = 0, n = t.RowCount(); row < n; ++row) {
-        const auto* v = std::get_if<int64_t>(&t.Cell(row, fi));
+        const TCell cell = t.Cell(row, fi);
+        const auto* v = std::get_if<int64_t>(&cell);
         if (v && *v == task) t.FilterList().push_back(row + 1);
     }
     t.SetFiltered(true);

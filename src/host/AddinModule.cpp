@@ -434,6 +434,11 @@ void TAddInModule::SaveTable(TdxMemData& table, const std::string& path, const c
     Swallow([&] {
         // A table that shows no row is not written, and its old file stays.
         if (table.RecordCount() <= 0) return;
+        // Nothing to write when the file already holds, byte for byte, what the save would
+        // write (it is the file these rows were read from whole or written to, in the current
+        // format, and no row changed since), no damaged file waits to be kept aside, and the
+        // write would succeed: so every failure still shows its message.
+        if (!damagedFiles_.count(path) && table.FileHoldsRows(path) && TableFileReplaceable(path)) return;
         try {
             KeepDamagedFile(path, routine);
             table.SaveToBinaryFile(path);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <limits>
 
 #include "base/Exceptions.h"
@@ -10,8 +11,6 @@
 #include "platform/Text.h"
 
 namespace {
-
-const TCell kNoValue{};
 
 std::string UpperName(std::string_view name) {
     std::string key(name);
@@ -241,9 +240,14 @@ std::string TField::CellDisplayText(const TCell& c) const {
     return CellToVariant(c).AsString();
 }
 
-Variant TField::Value() const { return CellToVariant(owner_->CurrentCell(*this)); }
+Variant TField::TextToVariant(std::string_view stored) const {
+    if (IsSingleByteText(type_)) return Variant(platform::AnsiToUtf8(stored));
+    return Variant(std::string(stored));
+}
+
+Variant TField::Value() const { return owner_->SlotToVariant(*this, owner_->CurrentSlot(*this)); }
 void TField::SetValue(const Variant& v) { owner_->WriteCurrentCell(*this, VariantToCell(v)); }
-bool TField::IsNull() const { return std::holds_alternative<std::monostate>(owner_->CurrentCell(*this)); }
+bool TField::IsNull() const { return owner_->CurrentSlot(*this).kind == TdxMemData::SlotKind::None; }
 void TField::Clear() { owner_->WriteCurrentCell(*this, TCell{}); }
 std::string TField::AsString() const { return Value().AsString(); }
 void TField::SetAsString(std::string_view s) { SetValue(Variant(std::string(s))); }
@@ -257,7 +261,108 @@ TDateTime TField::AsDateTime() const { return IsNull() ? 0.0 : Value().AsDateTim
 void TField::SetAsDateTime(TDateTime v) { SetValue(Variant::FromDate(v)); }
 bool TField::AsBoolean() const { return IsNull() ? false : Value().AsBoolean(); }
 void TField::SetAsBoolean(bool v) { SetValue(Variant(v)); }
-std::string TField::DisplayText() const { return CellDisplayText(owner_->CurrentCell(*this)); }
+std::string TField::DisplayText() const { return CellDisplayText(owner_->SlotToCell(owner_->CurrentSlot(*this))); }
+
+// ---- TdxMemData: the text store and slots -----------------------------------------------------
+
+namespace {
+constexpr size_t kTextBlock = size_t{64} << 10;
+}  // namespace
+
+const char* TdxMemData::TextStore::Add(std::string_view s) {
+    if (s.empty()) return "";
+    bytes_ += s.size();
+    if (s.size() > kTextBlock / 4) {
+        blocks_.emplace_back(new char[s.size()]);
+        std::memcpy(blocks_.back().get(), s.data(), s.size());
+        return blocks_.back().get();
+    }
+    if (capacity_ - used_ < s.size()) {
+        blocks_.emplace_back(new char[kTextBlock]);
+        current_ = blocks_.back().get();
+        used_ = 0;
+        capacity_ = kTextBlock;
+    }
+    char* at = current_ + used_;
+    std::memcpy(at, s.data(), s.size());
+    used_ += s.size();
+    return at;
+}
+
+const char* TdxMemData::TextStore::Keep(std::unique_ptr<char[]> image, size_t size) {
+    bytes_ += size;
+    images_.push_back(std::move(image));
+    return images_.back().get();
+}
+
+void TdxMemData::TextStore::Clear() {
+    images_.clear();
+    blocks_.clear();
+    current_ = nullptr;
+    used_ = capacity_ = bytes_ = 0;
+}
+
+void TdxMemData::CompactTextWhenDue() {
+    if (text_.Bytes() < compactAt_) return;
+    TextStore fresh;
+    auto keep = [&](Slot& s) {
+        if (s.kind == SlotKind::Text) s.p = fresh.Add(s.Text());
+    };
+    for (Row& r : rows_)
+        for (Slot& s : r.cells) keep(s);
+    for (Slot& s : pending_.cells) keep(s);
+    text_ = std::move(fresh);
+    compactAt_ = 2 * text_.Bytes() + (size_t{64} << 20);
+}
+
+TCell TdxMemData::SlotToCell(const Slot& s) const {
+    switch (s.kind) {
+        case SlotKind::Int: return TCell{s.i};
+        case SlotKind::Real: return TCell{s.d};
+        case SlotKind::Text: return TCell{std::string(s.Text())};
+        case SlotKind::None: break;
+    }
+    return TCell{};
+}
+
+TdxMemData::Slot TdxMemData::CellToSlot(const TCell& c) {
+    Slot s;
+    if (const auto* i = std::get_if<int64_t>(&c)) {
+        s.kind = SlotKind::Int;
+        s.i = *i;
+    } else if (const auto* d = std::get_if<double>(&c)) {
+        s.kind = SlotKind::Real;
+        s.d = *d;
+    } else if (const auto* t = std::get_if<std::string>(&c)) {
+        if (t->size() > std::numeric_limits<uint32_t>::max())
+            throw EDatabaseError(name_ + ": a value of " + std::to_string(t->size()) + " bytes is too long to keep");
+        s.kind = SlotKind::Text;
+        s.p = text_.Add(*t);
+        s.len = static_cast<uint32_t>(t->size());
+    }
+    return s;
+}
+
+Variant TdxMemData::SlotToVariant(const TField& f, const Slot& s) const {
+    switch (s.kind) {
+        case SlotKind::Int: return f.CellToVariant(TCell{s.i});
+        case SlotKind::Real: return f.CellToVariant(TCell{s.d});
+        case SlotKind::Text: return f.TextToVariant(s.Text());
+        case SlotKind::None: break;
+    }
+    return Variant();
+}
+
+bool TdxMemData::SameSlot(const Slot& a, const Slot& b) {
+    if (a.kind != b.kind) return false;
+    switch (a.kind) {
+        case SlotKind::Int: return a.i == b.i;
+        case SlotKind::Real: return std::memcmp(&a.d, &b.d, sizeof a.d) == 0;
+        case SlotKind::Text: return a.Text() == b.Text();
+        case SlotKind::None: break;
+    }
+    return true;
+}
 
 // ---- TdxMemData: fields and state -------------------------------------------------------------
 
@@ -279,6 +384,7 @@ TField& TdxMemData::AddField(std::string name, TFieldType type, int size, TField
     highest_.push_back(0);
     for (Row& r : rows_) r.cells.emplace_back();
     RowsChanged();
+    stamp_.valid = false;  // the file holds other columns
     pending_.cells.emplace_back();
     return *fields_.back();
 }
@@ -310,6 +416,7 @@ void TdxMemData::Open() {
 
 void TdxMemData::Close() {
     rows_.clear();
+    std::vector<Row>().swap(rows_);
     RowsChanged();
     filterList_.clear();
     lastBookmark_ = 0;
@@ -317,7 +424,8 @@ void TdxMemData::Close() {
     filterCurRec_ = -1;
     bof_ = eof_ = true;
     ResetAutoInc();
-    for (TCell& c : pending_.cells) c = TCell{};
+    for (Slot& c : pending_.cells) c = Slot{};
+    text_.Clear();
     insertAt_ = -1;
     SetState(TDataSetState::dsInactive);
     Notify(TDataEvent::DataSetChange);
@@ -481,8 +589,14 @@ std::vector<int> TdxMemData::VisibleRows() const {
     return out;
 }
 
-const TCell& TdxMemData::Cell(int row, int field) const {
-    return rows_.at(static_cast<size_t>(row)).cells.at(static_cast<size_t>(field));
+TCell TdxMemData::Cell(int row, int field) const {
+    return SlotToCell(rows_.at(static_cast<size_t>(row)).cells.at(static_cast<size_t>(field)));
+}
+
+int TdxMemData::CompareRowCells(const TField& field, int rowA, int rowB, bool ignoreCase) const {
+    const size_t fi = static_cast<size_t>(field.Index());
+    return CompareSlots(field, rows_.at(static_cast<size_t>(rowA)).cells.at(fi),
+                        rows_.at(static_cast<size_t>(rowB)).cells.at(fi), ignoreCase);
 }
 
 void TdxMemData::FindIntegerRows(int field, int64_t value, std::vector<int>& positions) const {
@@ -493,8 +607,8 @@ void TdxMemData::FindIntegerRows(int field, int64_t value, std::vector<int>& pos
         c.values.assign(n, 0);
         c.present.assign(n, 0);
         for (size_t r = 0; r < n; ++r)
-            if (const auto* v = std::get_if<int64_t>(&rows_[r].cells[static_cast<size_t>(field)])) {
-                c.values[r] = *v;
+            if (const Slot& v = rows_[r].cells[static_cast<size_t>(field)]; v.kind == SlotKind::Int) {
+                c.values[r] = v.i;
                 c.present[r] = 1;
             }
         c.field = field;
@@ -509,7 +623,7 @@ void TdxMemData::FindIntegerRows(int field, int64_t value, std::vector<int>& pos
 }
 
 Variant TdxMemData::RowValue(int row, const TField& field) const {
-    return field.CellToVariant(Cell(row, field.Index()));
+    return SlotToVariant(field, rows_.at(static_cast<size_t>(row)).cells.at(static_cast<size_t>(field.Index())));
 }
 
 TBookmark TdxMemData::RowBookmark(int row) const { return rows_.at(static_cast<size_t>(row)).bookmark; }
@@ -537,20 +651,20 @@ bool TdxMemData::BookmarkValid(TBookmark b) const { return RowOfBookmark(b) >= 0
 
 // ---- editing -----------------------------------------------------------------------------------
 
-const TCell& TdxMemData::CurrentCell(const TField& f) const {
+TdxMemData::Slot TdxMemData::CurrentSlot(const TField& f) const {
     if (state_ == TDataSetState::dsEdit || state_ == TDataSetState::dsInsert)
         return pending_.cells[static_cast<size_t>(f.Index())];
     if (curRec_ >= 0 && curRec_ < static_cast<int>(rows_.size()))
         return rows_[curRec_].cells[static_cast<size_t>(f.Index())];
-    return kNoValue;
+    return Slot{};
 }
 
-void TdxMemData::WriteCurrentCell(TField& f, TCell value) {
+void TdxMemData::WriteCurrentCell(TField& f, const TCell& value) {
     if (state_ != TDataSetState::dsEdit && state_ != TDataSetState::dsInsert)
         throw EDatabaseError(name_ + ": Dataset not in edit or insert mode");
     if (f.FieldKind() == TFieldKind::fkCalculated && !loadFlag_)
         throw EDatabaseError(name_ + ": Field '" + f.FieldName() + "' cannot be modified");
-    pending_.cells[static_cast<size_t>(f.Index())] = std::move(value);
+    pending_.cells[static_cast<size_t>(f.Index())] = CellToSlot(value);
     if (!loadFlag_ && f.OnChange) f.OnChange(f);
     Notify(TDataEvent::RecordChange, &f);
 }
@@ -574,7 +688,7 @@ void TdxMemData::Edit() {
 void TdxMemData::Append() {
     if (!Active()) throw EDatabaseError(name_ + ": Cannot perform this operation on a closed dataset");
     CheckBrowseMode();
-    pending_.cells.assign(fields_.size(), TCell{});
+    pending_.cells.assign(fields_.size(), Slot{});
     pending_.bookmark = 0;
     insertAt_ = -1;
     SetState(TDataSetState::dsInsert);
@@ -583,7 +697,7 @@ void TdxMemData::Append() {
 void TdxMemData::Insert() {
     if (!Active()) throw EDatabaseError(name_ + ": Cannot perform this operation on a closed dataset");
     CheckBrowseMode();
-    pending_.cells.assign(fields_.size(), TCell{});
+    pending_.cells.assign(fields_.size(), Slot{});
     pending_.bookmark = 0;
     insertAt_ = curRec_ >= 0 && curRec_ < static_cast<int>(rows_.size()) ? curRec_ : -1;
     SetState(TDataSetState::dsInsert);
@@ -591,7 +705,7 @@ void TdxMemData::Insert() {
 
 void TdxMemData::Cancel() {
     if (state_ != TDataSetState::dsEdit && state_ != TDataSetState::dsInsert) return;
-    for (TCell& c : pending_.cells) c = TCell{};
+    for (Slot& c : pending_.cells) c = Slot{};
     insertAt_ = -1;
     SetState(TDataSetState::dsBrowse);
     Notify(TDataEvent::DataSetChange);
@@ -604,8 +718,8 @@ void TdxMemData::AssignAutoInc(Row& row) {
         for (size_t i = 0; i < fields_.size(); ++i) {
             const TField& f = *fields_[i];
             if (!f.IsAutoInc()) continue;
-            TCell& c = row.cells[i];
-            const int64_t* v = std::get_if<int64_t>(&c);
+            Slot& c = row.cells[i];
+            const int64_t* v = c.kind == SlotKind::Int ? &c.i : nullptr;
             bool keepAsGiven = loadFlag_ || (copyFlag_ && f.DataType() == TFieldType::ftAutoInc);
             if (v && *v > highest_[i]) {
                 if (pass == 1) highest_[i] = *v;
@@ -615,7 +729,10 @@ void TdxMemData::AssignAutoInc(Row& row) {
                 int64_t lo, hi;
                 IntegerRange(f.DataType(), lo, hi);
                 if (highest_[i] < hi) {
-                    if (pass == 1) c = TCell{++highest_[i]};
+                    if (pass == 1) {
+                        c.kind = SlotKind::Int;
+                        c.i = ++highest_[i];
+                    }
                 } else if (!loadFlag_) {
                     // The counter stands at the top of its kind: there is no next number.
                     throw EDatabaseError(name_ + ": field '" + f.FieldName() + "' has reached " +
@@ -628,17 +745,18 @@ void TdxMemData::AssignAutoInc(Row& row) {
 }
 
 namespace {
-struct SortKey {
+}  // namespace
+
+struct TdxMemData::SortKey {
     const TdxMemData* table;
     const TField* field;
     bool desc;
     bool ignoreCase;
-    bool Less(const TCell& a, const TCell& b) const {
-        int r = table->CompareCells(*field, a, b, ignoreCase);
+    bool Less(const Slot& a, const Slot& b) const {
+        int r = table->CompareSlots(*field, a, b, ignoreCase);
         return desc ? r > 0 : r < 0;
     }
 };
-}  // namespace
 
 void TdxMemData::InsertRowSorted(Row row, int& index) {
     TField* f = sortedFieldName_.empty() ? nullptr : FindField(sortedFieldName_);
@@ -659,13 +777,18 @@ void TdxMemData::InsertRowSorted(Row row, int& index) {
 
 void TdxMemData::Post() {
     if (state_ != TDataSetState::dsEdit && state_ != TDataSetState::dsInsert) return;
-    bool sorted = !sortedFieldName_.empty() && FindField(sortedFieldName_);
+    // A copy from another table appends, and sorts once at its end (see LoadFromDataSet).
+    bool sorted = !sortedFieldName_.empty() && FindField(sortedFieldName_) && !copyFlag_;
     if (state_ == TDataSetState::dsEdit) {
         if (curRec_ < 0 || curRec_ >= static_cast<int>(rows_.size())) {
             Cancel();
             return;
         }
-        RowsChanged();
+        // A row posted as it was changes nothing of the table, nor of its file.
+        const std::vector<Slot>& was = rows_[curRec_].cells;
+        bool same = !sorted && was.size() == pending_.cells.size();
+        for (size_t i = 0; same && i < was.size(); ++i) same = SameSlot(was[i], pending_.cells[i]);
+        if (!same) RowsChanged();
         if (!sorted) {
             rows_[curRec_] = std::move(pending_);
         } else {
@@ -695,8 +818,9 @@ void TdxMemData::Post() {
         }
         curRec_ = at;
     }
-    pending_.cells.assign(fields_.size(), TCell{});
+    pending_.cells.assign(fields_.size(), Slot{});
     insertAt_ = -1;
+    CompactTextWhenDue();
     // A row the filter does not show leaves a view with no rows at both ends.
     bof_ = eof_ = RecordCount() == 0;
     SetState(TDataSetState::dsBrowse);
@@ -710,7 +834,7 @@ void TdxMemData::Delete() {
         return;
     }
     if (state_ == TDataSetState::dsEdit) {
-        pending_.cells.assign(fields_.size(), TCell{});
+        pending_.cells.assign(fields_.size(), Slot{});
         SetState(TDataSetState::dsBrowse);
     }
     if (RecordCount() == 0 || curRec_ < 0 || curRec_ >= static_cast<int>(rows_.size()))
@@ -764,6 +888,22 @@ int TdxMemData::CompareCells(const TField& field, const TCell& a, const TCell& b
     return static_cast<int>(a.index()) - static_cast<int>(b.index());
 }
 
+int TdxMemData::CompareSlots(const TField& field, const Slot& a, const Slot& b, bool ignoreCase) const {
+    const bool an = a.kind == SlotKind::None, bn = b.kind == SlotKind::None;
+    if (an || bn) return an == bn ? 0 : (an ? -1 : 1);
+    if (a.kind != b.kind) return static_cast<int>(a.kind) - static_cast<int>(b.kind);
+    switch (a.kind) {
+        case SlotKind::Int: return a.i < b.i ? -1 : a.i > b.i ? 1 : 0;
+        case SlotKind::Real: return a.d < b.d ? -1 : a.d > b.d ? 1 : 0;
+        default: break;
+    }
+    if (IsSingleByteText(field.DataType())) return platform::CompareAnsi(a.Text(), b.Text(), ignoreCase);
+    if (field.DataType() == TFieldType::ftWideString || field.DataType() == TFieldType::ftWideMemo)
+        return platform::CompareText(a.Text(), b.Text(), ignoreCase);
+    const int r = a.Text().compare(b.Text());
+    return r < 0 ? -1 : r > 0 ? 1 : 0;
+}
+
 std::vector<int> TdxMemData::SplitFieldNames(std::string_view names) const {
     std::vector<int> out;
     size_t start = 0;
@@ -797,29 +937,45 @@ TCell KeyCell(const TField& f, const Variant& v) {
 }
 }  // namespace
 
+TdxMemData::Slot TdxMemData::ViewOf(const TCell& c) {
+    Slot s;
+    if (const auto* i = std::get_if<int64_t>(&c)) {
+        s.kind = SlotKind::Int;
+        s.i = *i;
+    } else if (const auto* d = std::get_if<double>(&c)) {
+        s.kind = SlotKind::Real;
+        s.d = *d;
+    } else if (const auto* t = std::get_if<std::string>(&c)) {
+        s.kind = SlotKind::Text;
+        s.p = t->data();
+        s.len = static_cast<uint32_t>(std::min<size_t>(t->size(), std::numeric_limits<uint32_t>::max()));
+    }
+    return s;
+}
+
 bool TdxMemData::RowMatches(int row, const std::vector<int>& keyFields, const std::vector<Variant>& keys,
                             TLocateOptions options) const {
     bool ic = (options & loCaseInsensitive) != 0;
     for (size_t k = 0; k < keyFields.size(); ++k) {
         const TField& f = *fields_[static_cast<size_t>(keyFields[k])];
-        const TCell& have = rows_[static_cast<size_t>(row)].cells[static_cast<size_t>(f.Index())];
-        TCell want = KeyCell(f, keys[k]);
-        bool wn = std::holds_alternative<std::monostate>(want);
-        bool hn = std::holds_alternative<std::monostate>(have);
+        const Slot& have = rows_[static_cast<size_t>(row)].cells[static_cast<size_t>(f.Index())];
+        const TCell wantCell = KeyCell(f, keys[k]);
+        const Slot want = ViewOf(wantCell);
+        bool wn = want.kind == SlotKind::None;
+        bool hn = have.kind == SlotKind::None;
         if (wn || hn) {
             if (wn != hn) return false;
             continue;
         }
         if ((options & loPartialKey) != 0) {
-            const auto* ws = std::get_if<std::string>(&want);
-            const auto* hs = std::get_if<std::string>(&have);
-            if (ws && hs && !ws->empty() && hs->size() > ws->size()) {
-                std::string prefix = hs->substr(0, ws->size());
-                if (CompareCells(f, TCell{prefix}, want, ic) != 0) return false;
+            if (want.kind == SlotKind::Text && have.kind == SlotKind::Text && want.len > 0 && have.len > want.len) {
+                Slot prefix = have;
+                prefix.len = want.len;
+                if (CompareSlots(f, prefix, want, ic) != 0) return false;
                 continue;
             }
         }
-        if (CompareCells(f, have, want, ic) != 0) return false;
+        if (CompareSlots(f, have, want, ic) != 0) return false;
     }
     return true;
 }
@@ -839,11 +995,12 @@ int TdxMemData::FindRow(std::string_view keyFields, const std::vector<Variant>& 
     bool ic = (options & loCaseInsensitive) != 0;
     if (sorted && !isFiltered_ && fields.size() == 1 && fields[0] == sorted->Index() &&
         (options & loPartialKey) == 0 && ic == ((sortOptions_ & soCaseInsensitive) != 0)) {
-        TCell want = KeyCell(*sorted, keys[0]);
+        const TCell wantCell = KeyCell(*sorted, keys[0]);
+        const Slot want = ViewOf(wantCell);
         SortKey key{this, sorted, (sortOptions_ & soDesc) != 0, ic};
         size_t fi = static_cast<size_t>(sorted->Index());
         auto it = std::lower_bound(rows_.begin(), rows_.end(), want,
-                                   [&](const Row& r, const TCell& w) { return key.Less(r.cells[fi], w); });
+                                   [&](const Row& r, const Slot& w) { return key.Less(r.cells[fi], w); });
         if (it == rows_.end()) return -1;
         int row = static_cast<int>(it - rows_.begin());
         return RowMatches(row, fields, keys, options) ? row : -1;
@@ -916,14 +1073,18 @@ void TdxMemData::SetFiltered(bool value) {
     Notify(TDataEvent::DataSetChange);
 }
 
-void TdxMemData::SortRows() {
+bool TdxMemData::SortRows() {
     TField* f = sortedFieldName_.empty() ? nullptr : FindField(sortedFieldName_);
-    if (!f || rows_.empty()) return;
+    if (!f || rows_.empty()) return false;
+    SortKey key{this, f, (sortOptions_ & soDesc) != 0, (sortOptions_ & soCaseInsensitive) != 0};
+    size_t fi = static_cast<size_t>(f->Index());
+    // Rows in order already stay as they are: a stable sort would not move them.
+    if (std::is_sorted(rows_.begin(), rows_.end(),
+                       [&](const Row& a, const Row& b) { return key.Less(a.cells[fi], b.cells[fi]); }))
+        return false;
     TBookmark current = GetBookmark();
     std::vector<TBookmark> shown;
     for (int p : filterList_) shown.push_back(rows_[p - 1].bookmark);
-    SortKey key{this, f, (sortOptions_ & soDesc) != 0, (sortOptions_ & soCaseInsensitive) != 0};
-    size_t fi = static_cast<size_t>(f->Index());
     RowsChanged();
     std::stable_sort(rows_.begin(), rows_.end(),
                      [&](const Row& a, const Row& b) { return key.Less(a.cells[fi], b.cells[fi]); });
@@ -932,6 +1093,7 @@ void TdxMemData::SortRows() {
         curRec_ = RowOfBookmark(current);
         if (isFiltered_) filterCurRec_ = FilterIndexOf(curRec_);
     }
+    return true;
 }
 
 void TdxMemData::SetSortedField(std::string name) {
@@ -985,17 +1147,23 @@ void TdxMemData::LoadFromDataSet(TdxMemData* source) {
     try {
         while (!source->Eof()) {
             Append();
-            for (auto& [si, mine] : map) WriteCurrentCell(*mine, source->CurrentCell(source->Fields(si)));
+            for (auto& [si, mine] : map)
+                WriteCurrentCell(*mine, source->SlotToCell(source->CurrentSlot(source->Fields(si))));
             Post();
             source->Next();
         }
     } catch (...) {
         copyFlag_ = false;
+        SortRows();
         EnableControls();
         source->EnableControls();
         throw;
     }
     copyFlag_ = false;
+    // The copied rows were appended in the source's order: one stable sort puts each where a
+    // sorted insert would have, after the rows that sort equal to it, and the cursor stays on
+    // the last row copied.
+    SortRows();
     EnableControls();
     source->EnableControls();
 }

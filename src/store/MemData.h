@@ -15,6 +15,7 @@
 #include "base/Currency.h"
 #include "base/DateTime.h"
 #include "base/Variant.h"
+#include "store/TableFile.h"
 
 // The closed list of field kinds, numbered by their code in the file format.
 enum class TFieldType : int16_t {
@@ -115,6 +116,7 @@ public:
 
     // Conversions between a stored cell and a program value for this field's kind.
     Variant CellToVariant(const TCell& c) const;
+    Variant TextToVariant(std::string_view stored) const;
     TCell VariantToCell(const Variant& v) const;
     std::string CellDisplayText(const TCell& c) const;
 
@@ -231,6 +233,12 @@ public:
     void SaveToStream(std::string& out);
     void LoadFromStream(const std::string& bytes);
     void SaveToBinaryFile(const std::string& path);
+    // Whether the file at the path holds, byte for byte, what SaveToBinaryFile would write now:
+    // it is the very file this table last loaded whole or wrote there (same file, size and
+    // modification and change times), its bytes are those the writer makes (the current
+    // version, the table's own fields, every value as the writer puts it), and no row changed
+    // since.
+    bool FileHoldsRows(const std::string& path) const;
     // The file is read only when it is a regular file (a link to one is followed); it is
     // replaced whole by a save, never left torn (see store/TableFile.h).
     void LoadFromBinaryFile(const std::string& path);
@@ -248,7 +256,9 @@ public:
     int RowCount() const { return static_cast<int>(rows_.size()); }  // all rows, whatever the filter
     int CurRec() const { return curRec_; }                             // zero-based, -1 for none
     std::vector<int> VisibleRows() const;                              // zero-based rows the filter shows
-    const TCell& Cell(int row, int field) const;
+    TCell Cell(int row, int field) const;
+    // Three-way compare of one field of two rows, as CompareCells, without copying their text.
+    int CompareRowCells(const TField& field, int rowA, int rowB, bool ignoreCase) const;
     // The one-based table positions, in table order, of the rows whose integer field holds the
     // value; the rows in edit are read as stored. The field's values are read from a column kept
     // beside the rows and made anew after any change of the rows, so that a second search over
@@ -269,15 +279,65 @@ private:
     friend class TMemDataReader;
     friend class TMemDataWriter;
 
+    // A stored value: nothing, an integer (also booleans and currency in ten-thousandths), a
+    // double (floats, dates, times) or text, which points into the table's text store.
+    enum class SlotKind : uint8_t { None, Int, Real, Text };
+    struct Slot {
+        union {
+            int64_t i;
+            double d;
+            const char* p;
+        };
+        uint32_t len;
+        SlotKind kind;
+        Slot() : i(0), len(0), kind(SlotKind::None) {}
+        std::string_view Text() const { return {p, len}; }
+    };
     struct Row {
-        std::vector<TCell> cells;
+        std::vector<Slot> cells;
         TBookmark bookmark = 0;
     };
+    // Text for the slots: whole file images read by loads, and blocks for text set since. Text
+    // is never changed in place, so a slot may be copied freely; all of it goes at Close.
+    class TextStore {
+    public:
+        const char* Add(std::string_view s);
+        const char* Keep(std::unique_ptr<char[]> image, size_t size);  // its bytes stay put
+        void Clear();
+        size_t Bytes() const { return bytes_; }  // all text held, live or replaced
 
-    const TCell& CurrentCell(const TField& f) const;
+    private:
+        std::vector<std::unique_ptr<char[]>> images_;
+        std::vector<std::unique_ptr<char[]>> blocks_;
+        char* current_ = nullptr;
+        size_t used_ = 0, capacity_ = 0, bytes_ = 0;
+    };
+    // Where the file last loaded whole or written lies, and what it was.
+    struct FileStamp {
+        bool valid = false;
+        std::string path;
+        TableFileStamp file;
+        uint64_t version = 0;  // rowsVersion_ when it held the rows
+    };
+
+    // Text replaced by edits stays in the store until the table closes; when the store has grown
+    // to twice what it held at the last load or compaction (and by 64 MB at least), the live
+    // text is copied to a new store and the old one goes.
+    void CompactTextWhenDue();
+    size_t compactAt_ = size_t{64} << 20;
+
+    Slot CurrentSlot(const TField& f) const;
+    TCell SlotToCell(const Slot& s) const;
+    Slot CellToSlot(const TCell& c);
+    Variant SlotToVariant(const TField& f, const Slot& s) const;
+    int CompareSlots(const TField& field, const Slot& a, const Slot& b, bool ignoreCase) const;
+    static bool SameSlot(const Slot& a, const Slot& b);
+    // A slot that reads the cell's own value, for comparing while the cell lives.
+    static Slot ViewOf(const TCell& c);
+    struct SortKey;
     // Rows were added, removed, reordered or rewritten: kept columns are out of date.
     void RowsChanged() { ++rowsVersion_; }
-    void WriteCurrentCell(TField& f, TCell value);
+    void WriteCurrentCell(TField& f, const TCell& value);
     void CheckBrowseMode();
     void PrepareMove();
     int Position() const;  // zero-based, in the filter list when a filter is on
@@ -289,7 +349,7 @@ private:
     void AssignAutoInc(Row& row);
     void ResetAutoInc();
     void InsertRowSorted(Row row, int& index);
-    void SortRows();
+    bool SortRows();  // true when the order changed
     int FilterIndexOf(int row) const;
     void SyncFilterCursor();
     bool RowMatches(int row, const std::vector<int>& keyFields, const std::vector<Variant>& keys,
@@ -298,14 +358,18 @@ private:
                 std::vector<int>* fieldsOut = nullptr);
     std::vector<int> SplitFieldNames(std::string_view names) const;
     void RecomputeFilterAfterLoad();
-    void FinishLoad();
+    bool FinishLoad();  // true when a sort changed the order read
+    void LoadImage(TableFileImage image, const std::string* path, const TableFileStamp& stamp);
 
     std::string name_;
     std::vector<std::unique_ptr<TField>> fields_;
     std::unordered_map<std::string, int> fieldsByName_;  // by the name in capitals
     std::vector<Row> rows_;
+    TextStore text_;
     std::vector<int> filterList_;
     uint64_t rowsVersion_ = 0;
+    // Whether the rows, as they stand at stamp_.version, write the bytes of the file in stamp_.
+    FileStamp stamp_;
     // A kept copy of one integer field, for FindIntegerRows.
     struct TIntegerColumn {
         int field = -1;

@@ -88,14 +88,15 @@ private:
 
 class Reader {
 public:
-    explicit Reader(const std::string& in) : in_(in) {}
+    Reader(const char* data, size_t size) : data_(data), size_(size) {}
     size_t Pos() const { return pos_; }
-    size_t Left() const { return in_.size() - pos_; }
-    bool AtEnd() const { return pos_ >= in_.size(); }
+    size_t Left() const { return size_ - pos_; }
+    bool AtEnd() const { return pos_ >= size_; }
     void Seek(size_t p) { pos_ = p; }
+    const char* Here() const { return data_ + pos_; }
     bool Bytes(size_t n, std::string& out) {
         if (n > Left()) return false;
-        out.assign(in_, pos_, n);
+        out.assign(data_ + pos_, n);
         pos_ += n;
         return true;
     }
@@ -107,13 +108,14 @@ public:
     template <class T>
     bool Get(T& v) {
         if (sizeof(T) > Left()) return false;
-        std::memcpy(&v, in_.data() + pos_, sizeof(T));
+        std::memcpy(&v, data_ + pos_, sizeof(T));
         pos_ += sizeof(T);
         return true;
     }
 
 private:
-    const std::string& in_;
+    const char* data_;
+    size_t size_;
     size_t pos_ = 0;
 };
 
@@ -392,89 +394,116 @@ void WriteDescriptor(Writer& w, const TField& f) {
     w.Zeros(1);
 }
 
-void WriteValue(Writer& w, const TField& f, const TCell& cell) {
-    TFieldType t = f.DataType();
-    bool has = !std::holds_alternative<std::monostate>(cell);
-    if (IsBlobKind(t)) {
-        std::string bytes = has ? std::get<std::string>(cell) : std::string();
-        if (t == TFieldType::ftWideMemo && has) {
-            std::u16string u = platform::Utf8ToUtf16(bytes);
-            bytes.assign(reinterpret_cast<const char*>(u.data()), u.size() * 2);
-        }
-        w.Put(static_cast<int32_t>(bytes.size()));
-        w.Bytes(bytes.data(), bytes.size());
-        return;
-    }
-    w.Put(static_cast<uint8_t>(has ? 1 : 0));
-    if (IsStringKind(t)) {
-        if (!has) return;
-        const std::string& s = std::get<std::string>(cell);
-        if (t == TFieldType::ftWideString) {
-            std::u16string u = platform::Utf8ToUtf16(s);
-            w.Put(static_cast<int32_t>(u.size()));
-            w.Bytes(u.data(), u.size() * 2);
-        } else {
-            w.Put(static_cast<int32_t>(s.size()));
-            w.Bytes(s.data(), s.size());
-        }
-        return;
-    }
-    int width = FixedWidth(t);
-    if (!has) {
-        w.Zeros(static_cast<size_t>(width));
-        return;
-    }
-    switch (t) {
-        case TFieldType::ftShortint:
-        case TFieldType::ftByte: w.Put(static_cast<int8_t>(std::get<int64_t>(cell))); break;
-        case TFieldType::ftSmallint:
-        case TFieldType::ftWord:
-        case TFieldType::ftBoolean: w.Put(static_cast<int16_t>(std::get<int64_t>(cell))); break;
-        case TFieldType::ftInteger:
-        case TFieldType::ftAutoInc:
-        case TFieldType::ftLongWord: w.Put(static_cast<int32_t>(std::get<int64_t>(cell))); break;
-        case TFieldType::ftLargeint: w.Put(std::get<int64_t>(cell)); break;
-        case TFieldType::ftCurrency: w.Put(Currency::FromRaw(std::get<int64_t>(cell)).ToDouble()); break;
-        case TFieldType::ftDate: w.Put(DateTimeToTimeStamp(std::get<double>(cell)).date); break;
-        case TFieldType::ftTime: w.Put(DateTimeToTimeStamp(std::get<double>(cell)).time); break;
-        case TFieldType::ftDateTime:
-        case TFieldType::ftTimeStamp: {
-            const double dt = std::get<double>(cell);
-            if (SplittableDate(dt)) {
-                TTimeStamp ts = DateTimeToTimeStamp(dt);
-                w.Put(static_cast<double>(ts.date) * MSecsPerDay + ts.time);
-            } else {
-                w.Put((dt + DateDelta) * MSecsPerDay);  // beyond the calendar, as it was read
-            }
-            break;
-        }
-        default: w.Put(std::get<double>(cell)); break;
-    }
-}
-
 }  // namespace
 
 class TMemDataWriter {
 public:
-    static void Save(TdxMemData& t, std::string& out) {
-        Writer w(out);
+    using Slot = TdxMemData::Slot;
+    using SlotKind = TdxMemData::SlotKind;
+
+    static std::vector<const TField*> Stored(const TdxMemData& t) {
         std::vector<const TField*> stored;
         for (int i = 0; i < t.FieldCount(); ++i)
             if (t.Fields(i).FieldKind() == TFieldKind::fkData) stored.push_back(&t.Fields(i));
+        return stored;
+    }
+
+    static void Header(Writer& w, const std::vector<const TField*>& stored) {
         w.Bytes("Ver", 3);
         w.Put(kWriterVersion);
         w.Put(static_cast<int32_t>(stored.size()));
         for (const TField* f : stored) WriteDescriptor(w, *f);
-        for (const auto& row : t.rows_)
-            for (const TField* f : stored) WriteValue(w, *f, row.cells[static_cast<size_t>(f->Index())]);
+    }
+
+    static void Row(Writer& w, const std::vector<const TField*>& stored, const TdxMemData::Row& row) {
+        for (const TField* f : stored) WriteValue(w, *f, row.cells[static_cast<size_t>(f->Index())]);
+    }
+
+    static void Save(const TdxMemData& t, std::string& out) {
+        Writer w(out);
+        const std::vector<const TField*> stored = Stored(t);
+        Header(w, stored);
+        for (const auto& row : t.rows_) Row(w, stored, row);
+    }
+
+    static void WriteValue(Writer& w, const TField& f, const Slot& s) {
+        const TFieldType t = f.DataType();
+        const bool has = s.kind != SlotKind::None;
+        if (IsBlobKind(t)) {
+            const std::string_view bytes = s.kind == SlotKind::Text ? s.Text() : std::string_view();
+            if (t == TFieldType::ftWideMemo && has) {
+                std::u16string u = platform::Utf8ToUtf16(bytes);
+                w.Put(static_cast<int32_t>(u.size() * 2));
+                w.Bytes(u.data(), u.size() * 2);
+                return;
+            }
+            w.Put(static_cast<int32_t>(bytes.size()));
+            w.Bytes(bytes.data(), bytes.size());
+            return;
+        }
+        w.Put(static_cast<uint8_t>(has ? 1 : 0));
+        if (IsStringKind(t)) {
+            if (!has) return;
+            if (t == TFieldType::ftWideString) {
+                std::u16string u = platform::Utf8ToUtf16(s.Text());
+                w.Put(static_cast<int32_t>(u.size()));
+                w.Bytes(u.data(), u.size() * 2);
+            } else {
+                w.Put(static_cast<int32_t>(s.len));
+                w.Bytes(s.p, s.len);
+            }
+            return;
+        }
+        WriteFixed(w, t, s);
+    }
+
+    // The bytes after the flag of a fixed-width value.
+    static void WriteFixed(Writer& w, TFieldType t, const Slot& s) {
+        if (s.kind == SlotKind::None) {
+            w.Zeros(static_cast<size_t>(FixedWidth(t)));
+            return;
+        }
+        const int64_t i = s.kind == SlotKind::Int ? s.i : 0;
+        const double d = s.kind == SlotKind::Real ? s.d : 0.0;
+        switch (t) {
+            case TFieldType::ftShortint:
+            case TFieldType::ftByte: w.Put(static_cast<int8_t>(i)); break;
+            case TFieldType::ftSmallint:
+            case TFieldType::ftWord:
+            case TFieldType::ftBoolean: w.Put(static_cast<int16_t>(i)); break;
+            case TFieldType::ftInteger:
+            case TFieldType::ftAutoInc:
+            case TFieldType::ftLongWord: w.Put(static_cast<int32_t>(i)); break;
+            case TFieldType::ftLargeint: w.Put(i); break;
+            case TFieldType::ftCurrency: w.Put(Currency::FromRaw(i).ToDouble()); break;
+            case TFieldType::ftDate: w.Put(DateTimeToTimeStamp(d).date); break;
+            case TFieldType::ftTime: w.Put(DateTimeToTimeStamp(d).time); break;
+            case TFieldType::ftDateTime:
+            case TFieldType::ftTimeStamp: {
+                if (SplittableDate(d)) {
+                    TTimeStamp ts = DateTimeToTimeStamp(d);
+                    w.Put(static_cast<double>(ts.date) * MSecsPerDay + ts.time);
+                } else {
+                    w.Put((d + DateDelta) * MSecsPerDay);  // beyond the calendar, as it was read
+                }
+                break;
+            }
+            default: w.Put(d); break;
+        }
     }
 };
 
 class TMemDataReader {
 public:
-    // True when the stream was read whole: to its end, with no record cut short.
-    static bool Load(TdxMemData& t, const std::string& bytes) {
-        Reader r(bytes);
+    using Slot = TdxMemData::Slot;
+    using SlotKind = TdxMemData::SlotKind;
+
+    // Reads the rows of the image, whose bytes the table keeps: text is left where it lies.
+    // True when the image was read whole. `canonical` tells whether the writer, given these
+    // rows, would write the image back byte for byte.
+    static bool Load(TdxMemData& t, const char* data, size_t size, bool& canonical) {
+        canonical = false;
+        Reader r(data, size);
         Header h;
         const HeaderResult header = ReadHeader(r, h, t.Name());
         if (header != HeaderResult::Ok) return header == HeaderResult::Empty;
@@ -482,21 +511,45 @@ public:
             TField* f = t.FindField(d.name);
             d.field = f && f->FieldKind() == TFieldKind::fkData ? f : nullptr;
         }
+        {
+            std::string expected;
+            Writer w(expected);
+            TMemDataWriter::Header(w, TMemDataWriter::Stored(t));
+            canonical = expected.size() == r.Pos() && std::memcmp(expected.data(), data, r.Pos()) == 0;
+        }
+        // Values of the field's own kind, in a version with flags, are read straight into slots.
+        std::vector<char> direct(h.descriptors.size(), 0);
+        for (size_t i = 0; i < h.descriptors.size(); ++i) {
+            const Descriptor& d = h.descriptors[i];
+            direct[i] = h.version >= 1.85 && d.field && d.field->DataType() == d.type &&
+                        d.type != TFieldType::ftWideString && d.type != TFieldType::ftWideMemo;
+        }
         const size_t nFields = t.fields_.size();
         while (!r.AtEnd()) {
             TdxMemData::Row row;
             row.cells.resize(nFields);
             bool complete = true;
-            for (const Descriptor& d : h.descriptors) {
+            for (size_t i = 0; i < h.descriptors.size(); ++i) {
+                const Descriptor& d = h.descriptors[i];
+                if (direct[i]) {
+                    if (!ReadSlot(r, d, row.cells[static_cast<size_t>(d.field->Index())], canonical)) {
+                        complete = false;
+                        break;
+                    }
+                    continue;
+                }
                 TCell cell;
                 if (!ReadValue(r, d, h.version, cell)) {
                     complete = false;
                     break;
                 }
-                if (d.field) row.cells[static_cast<size_t>(d.field->Index())] = Convert(d, std::move(cell), *d.field);
+                canonical = false;
+                if (d.field)
+                    row.cells[static_cast<size_t>(d.field->Index())] = t.CellToSlot(Convert(d, std::move(cell), *d.field));
             }
             if (!complete) return false;  // the partly read record is dropped
-            row.cells[0] = static_cast<int64_t>(t.rows_.size()) + 1;
+            row.cells[0].kind = SlotKind::Int;
+            row.cells[0].i = static_cast<int64_t>(t.rows_.size()) + 1;
             t.AssignAutoInc(row);
             t.rows_.push_back(std::move(row));
         }
@@ -504,7 +557,7 @@ public:
     }
 
     static void CreateFields(TdxMemData& t, const std::string& bytes) {
-        Reader r(bytes);
+        Reader r(bytes.data(), bytes.size());
         Header h;
         if (ReadHeader(r, h, t.Name()) != HeaderResult::Ok) return;
         for (const Descriptor& d : h.descriptors) {
@@ -512,34 +565,125 @@ public:
             t.AddField(d.name, d.type, DeclaredSize(d, h.version));
         }
     }
+
+private:
+    // One value of the field's own kind, in a version with flags. False on a short read.
+    static bool ReadSlot(Reader& r, const Descriptor& d, Slot& slot, bool& canonical) {
+        const TFieldType t = d.type;
+        if (IsBlobKind(t)) {
+            int32_t len;
+            if (!r.Get(len) || len < 0 || static_cast<size_t>(len) > r.Left()) return false;
+            if (len > 0) {
+                slot.kind = SlotKind::Text;
+                slot.p = r.Here();
+                slot.len = static_cast<uint32_t>(len);
+            }
+            r.Skip(static_cast<size_t>(len));
+            return true;
+        }
+        const size_t start = r.Pos();
+        const char* const at = r.Here();
+        uint8_t flag;
+        if (!r.Get(flag)) return false;
+        if (flag > 1) canonical = false;  // any other flag reads as a value, and is written as 1
+        if (IsStringKind(t)) {
+            if (flag == 0) return true;
+            int32_t len;
+            if (!r.Get(len) || len < 0 || static_cast<size_t>(len) > r.Left()) return false;
+            const size_t keep = std::min(static_cast<size_t>(len), static_cast<size_t>(d.field->Size()));
+            if (keep < static_cast<size_t>(len)) canonical = false;
+            slot.kind = SlotKind::Text;
+            slot.p = r.Here();
+            slot.len = static_cast<uint32_t>(keep);
+            r.Skip(static_cast<size_t>(len));
+            return true;
+        }
+        const size_t width = d.size > 0 ? static_cast<size_t>(d.size) : static_cast<size_t>(FixedWidth(t));
+        if (width > r.Left()) return false;
+        const auto* p = reinterpret_cast<const unsigned char*>(r.Here());
+        // The common kinds at their own width, read here; the rest as the general reader does.
+        if (flag != 0 && static_cast<int>(width) == FixedWidth(t)) {
+            if (t == TFieldType::ftInteger || t == TFieldType::ftAutoInc) {
+                int32_t v;
+                std::memcpy(&v, p, 4);
+                slot.kind = SlotKind::Int;
+                slot.i = v;
+                r.Skip(width);
+                return true;
+            }
+            if (t == TFieldType::ftSmallint || t == TFieldType::ftBoolean) {
+                int16_t v;
+                std::memcpy(&v, p, 2);
+                slot.kind = SlotKind::Int;
+                slot.i = t == TFieldType::ftBoolean ? (v != 0 ? 1 : 0) : v;
+                if (t == TFieldType::ftBoolean && v != 0 && v != 1) canonical = false;
+                r.Skip(width);
+                return true;
+            }
+        }
+        r.Seek(start);
+        TCell cell;
+        if (!ReadValue(r, d, kWriterVersion, cell)) return false;
+        slot = TdxMemData::ViewOf(Convert(d, std::move(cell), *d.field));
+        if (canonical) {
+            // Written back, the value must give the same bytes.
+            std::string again;
+            Writer w(again);
+            w.Put(static_cast<uint8_t>(slot.kind == SlotKind::None ? 0 : 1));
+            TMemDataWriter::WriteFixed(w, t, slot);
+            canonical = again.size() == r.Pos() - start && std::memcmp(again.data(), at, again.size()) == 0;
+        }
+        return true;
+    }
 };
 
 void TdxMemData::SaveToStream(std::string& out) { TMemDataWriter::Save(*this, out); }
 
 void TdxMemData::LoadFromStream(const std::string& bytes) {
+    TableFileImage image;
+    image.data.reset(new char[bytes.size() + 1]);
+    std::memcpy(image.data.get(), bytes.data(), bytes.size());
+    image.size = bytes.size();
+    LoadImage(std::move(image), nullptr, TableFileStamp{});
+}
+
+void TdxMemData::LoadImage(TableFileImage image, const std::string* path, const TableFileStamp& stamp) {
     DisableControls();
     loadFlag_ = true;
     loadedWhole_ = false;
+    stamp_ = FileStamp{};
+    bool canonical = false;
     try {
         Close();
         Open();
-        loadedWhole_ = TMemDataReader::Load(*this, bytes);
+        const size_t size = image.size;
+        const char* data = text_.Keep(std::move(image.data), size);
+        loadedWhole_ = TMemDataReader::Load(*this, data, size, canonical);
     } catch (...) {
         FinishLoad();
         throw;
     }
-    FinishLoad();
+    const bool reordered = FinishLoad();
+    compactAt_ = 2 * text_.Bytes() + (size_t{64} << 20);
+    stamp_ = FileStamp{};
+    if (path && stamp.valid && loadedWhole_ && canonical && !reordered) {
+        stamp_.valid = true;
+        stamp_.path = *path;
+        stamp_.file = stamp;
+        stamp_.version = rowsVersion_;
+    }
 }
 
-void TdxMemData::FinishLoad() {
+bool TdxMemData::FinishLoad() {
     loadFlag_ = false;
     lastBookmark_ = 0;
     for (Row& row : rows_) row.bookmark = ++lastBookmark_;
-    SortRows();
+    const bool reordered = SortRows();
     RecomputeFilterAfterLoad();
     First();
     Refresh();
     EnableControls();
+    return reordered;
 }
 
 void TdxMemData::RecomputeFilterAfterLoad() {
@@ -552,12 +696,42 @@ void TdxMemData::RecomputeFilterAfterLoad() {
 
 void TdxMemData::SaveToBinaryFile(const std::string& path) {
     if (!Active()) return;
-    std::string data;
-    SaveToStream(data);
-    ReplaceTableFile(path, data);
+    // The bytes are made a piece at a time while they are written, so that a save needs no
+    // second copy of the table.
+    constexpr size_t kPiece = size_t{1} << 20;
+    const std::vector<const TField*> stored = TMemDataWriter::Stored(*this);
+    bool headerDone = false;
+    size_t next = 0;
+    ReplaceTableFile(path, [&](std::string& piece) {
+        Writer w(piece);
+        if (!headerDone) {
+            TMemDataWriter::Header(w, stored);
+            headerDone = true;
+        }
+        while (next < rows_.size() && piece.size() < kPiece) TMemDataWriter::Row(w, stored, rows_[next++]);
+        return next < rows_.size();
+    });
+    // The file holds these rows now, as the writer makes them.
+    stamp_ = FileStamp{};
+    const TableFileStamp written = StampOfTableFile(path);
+    if (written.valid) {
+        stamp_.valid = true;
+        stamp_.path = path;
+        stamp_.file = written;
+        stamp_.version = rowsVersion_;
+    }
 }
 
-void TdxMemData::LoadFromBinaryFile(const std::string& path) { LoadFromStream(ReadTableFile(path)); }
+bool TdxMemData::FileHoldsRows(const std::string& path) const {
+    return stamp_.valid && stamp_.version == rowsVersion_ && stamp_.path == path &&
+           StampOfTableFile(path) == stamp_.file;
+}
+
+void TdxMemData::LoadFromBinaryFile(const std::string& path) {
+    TableFileStamp stamp;
+    TableFileImage image = ReadTableFileImage(path, stamp);
+    LoadImage(std::move(image), &path, stamp);
+}
 
 void TdxMemData::CreateFieldsFromStream(const std::string& bytes) {
     Close();

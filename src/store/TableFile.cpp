@@ -11,7 +11,9 @@
 #include <windows.h>
 #else
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -147,6 +149,30 @@ bool IsRegularTableFile(const std::string& path) {
     return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_DEVICE));
 }
 
+TableFileImage ReadTableFileImage(const std::string& path, TableFileStamp& stamp) {
+    stamp = TableFileStamp{};
+    std::string bytes = ReadTableFile(path);
+    TableFileImage image;
+    image.size = bytes.size();
+    image.data.reset(new char[bytes.size() + 1]);
+    std::memcpy(image.data.get(), bytes.data(), bytes.size());
+    return image;
+}
+
+TableFileStamp StampOfTableFile(const std::string&) { return TableFileStamp{}; }
+
+bool TableFileReplaceable(const std::string&) { return false; }
+
+void ReplaceTableFile(const std::string& path, const TableFileSource& next) {
+    std::string bytes, piece;
+    while (next(piece)) {
+        bytes += piece;
+        piece.clear();
+    }
+    bytes += piece;
+    ReplaceTableFile(path, std::string_view(bytes));
+}
+
 void ReplaceTableFile(const std::string& path, std::string_view bytes) {
     const std::wstring target = WidePath(path);
     const DWORD attributes = GetFileAttributesW(target.c_str());
@@ -254,6 +280,9 @@ std::string FollowLinks(const std::string& path) {
     CannotCreate(path, ErrorText(ELOOP));
 }
 
+// Writes the pieces of the source one after the other; false and the error when a write fails.
+bool WriteAllPieces(int fd, const TableFileSource& next, int& err);
+
 bool WriteAll(int fd, std::string_view bytes, int& err) {
     constexpr size_t kChunk = size_t{256} << 10;
     size_t done = 0;
@@ -271,6 +300,16 @@ bool WriteAll(int fd, std::string_view bytes, int& err) {
             return false;
         }
         done += static_cast<size_t>(w);
+    }
+    return true;
+}
+
+bool WriteAllPieces(int fd, const TableFileSource& next, int& err) {
+    std::string piece;
+    for (bool more = true; more;) {
+        piece.clear();
+        more = next(piece);
+        if (!WriteAll(fd, piece, err)) return false;
     }
     return true;
 }
@@ -300,7 +339,14 @@ void SyncFolder(const std::string& folder) {
 }
 
 // The old way, for a writable file in a folder where nothing new can be made.
-void WriteInPlace(const std::string& path, const std::string& target, std::string_view bytes) {
+void WriteInPlace(const std::string& path, const std::string& target, const TableFileSource& next) {
+    // Every piece is made first: a failure while making them leaves the old file as it was.
+    std::string bytes, piece;
+    for (bool more = true; more;) {
+        piece.clear();
+        more = next(piece);
+        bytes += piece;
+    }
     Descriptor fd(::open(target.c_str(), O_WRONLY | O_CLOEXEC));
     if (fd.get() < 0) CannotCreate(path, ErrorText(errno));
     int err = 0;
@@ -311,7 +357,79 @@ void WriteInPlace(const std::string& path, const std::string& target, std::strin
     if ((err = fd.Close()) != 0) CannotWrite(path, err);
 }
 
+TableFileStamp StampOf(const struct stat& st) {
+    TableFileStamp s;
+    s.valid = true;
+    s.device = static_cast<uint64_t>(st.st_dev);
+    s.inode = static_cast<uint64_t>(st.st_ino);
+    s.size = static_cast<uint64_t>(st.st_size);
+    s.modified = static_cast<int64_t>(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
+    s.changed = static_cast<int64_t>(st.st_ctim.tv_sec) * 1000000000 + st.st_ctim.tv_nsec;
+    return s;
+}
+
 }  // namespace
+
+TableFileImage ReadTableFileImage(const std::string& path, TableFileStamp& stamp) {
+    stamp = TableFileStamp{};
+    Descriptor fd(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (fd.get() < 0) CannotOpen(path, ErrorText(errno));
+    struct stat st;
+    if (::fstat(fd.get(), &st) != 0) CannotOpen(path, ErrorText(errno));
+    if (S_ISDIR(st.st_mode)) CannotOpen(path, ErrorText(EISDIR));
+    if (!S_ISREG(st.st_mode)) CannotOpen(path, "Not a regular file");
+
+    // Straight into a buffer of the file's size; a file that grows meanwhile is read on.
+    TableFileImage image;
+    size_t capacity = static_cast<size_t>(st.st_size > 0 ? st.st_size : 0) + 1;
+    image.data.reset(new char[capacity]);
+    for (;;) {
+        if (image.size == capacity) {
+            std::unique_ptr<char[]> bigger(new char[capacity * 2]);
+            std::memcpy(bigger.get(), image.data.get(), image.size);
+            image.data = std::move(bigger);
+            capacity *= 2;
+        }
+        const ssize_t n = ::read(fd.get(), image.data.get() + image.size, capacity - image.size);
+        if (n == 0) break;
+        if (n < 0) {
+            if (errno == EINTR || errno == EAGAIN) continue;
+            CannotOpen(path, ErrorText(errno));
+        }
+        image.size += static_cast<size_t>(n);
+    }
+    if (static_cast<uint64_t>(st.st_size) == image.size) stamp = StampOf(st);
+    return image;
+}
+
+TableFileStamp StampOfTableFile(const std::string& path) {
+    struct stat st;
+    if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return TableFileStamp{};
+    return StampOf(st);
+}
+
+bool TableFileReplaceable(const std::string& path) {
+    std::string target;
+    try {
+        target = FollowLinks(path);
+    } catch (const Exception&) {
+        return false;
+    }
+    struct stat st;
+    if (::stat(target.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return false;
+    if (::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0) return false;
+    const uint64_t size = static_cast<uint64_t>(st.st_size);
+    struct rlimit limit;
+    if (::getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY && limit.rlim_cur < size)
+        return false;
+    const std::string folder = Folder(target);
+    if (::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0)
+        return errno == EACCES || errno == EPERM;  // written in place, at the size it has
+    struct statvfs fs;
+    if (::statvfs(folder.c_str(), &fs) != 0) return false;
+    const uint64_t room = static_cast<uint64_t>(fs.f_bavail) * static_cast<uint64_t>(fs.f_frsize);
+    return room >= size + (uint64_t{1} << 20);
+}
 
 std::string ReadTableFile(const std::string& path) {
     // Not blocking, so that a FIFO opens at once and is then refused like any other non-file.
@@ -343,6 +461,15 @@ bool IsRegularTableFile(const std::string& path) {
 }
 
 void ReplaceTableFile(const std::string& path, std::string_view bytes) {
+    bool given = false;
+    ReplaceTableFile(path, [&](std::string& piece) {
+        if (!given) piece.assign(bytes);
+        given = true;
+        return false;
+    });
+}
+
+void ReplaceTableFile(const std::string& path, const TableFileSource& next) {
     const std::string target = FollowLinks(path);
     struct stat old;
     const bool exists = ::stat(target.c_str(), &old) == 0;
@@ -359,7 +486,7 @@ void ReplaceTableFile(const std::string& path, std::string_view bytes) {
     if (fd.get() < 0) {
         // Only a folder that refuses new files sends the save in place: on a full disk the old
         // file stays as it is.
-        if (exists && (err == EACCES || err == EPERM)) return WriteInPlace(path, target, bytes);
+        if (exists && (err == EACCES || err == EPERM)) return WriteInPlace(path, target, next);
         CannotCreate(path, ErrorText(err));
     }
 
@@ -372,7 +499,7 @@ void ReplaceTableFile(const std::string& path, std::string_view bytes) {
             if (::fchown(fd.get(), old.st_uid, old.st_gid) != 0) errno = 0;
             if (::fchmod(fd.get(), old.st_mode & 07777) != 0) errno = 0;
         }
-        if (!WriteAll(fd.get(), bytes, err)) CannotWrite(path, err);
+        if (!WriteAllPieces(fd.get(), next, err)) CannotWrite(path, err);
         Step("flush");
         if (::fsync(fd.get()) != 0) CannotWrite(path, errno);
         if ((err = fd.Close()) != 0) CannotWrite(path, err);

@@ -3,6 +3,9 @@
 // one is followed); it is replaced whole, so that at every instant the file on disk is the old one
 // or the new one; and a damaged file can be kept aside under a dated name. Every failure raises
 // EFOpenError (reading), EFCreateError or EInOutError (writing), naming the path the caller gave.
+#include <cstdint>
+#include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -11,6 +14,34 @@
 // The bytes of the file. A directory, FIFO, device or socket raises EFOpenError as a file that
 // can't be opened does, without waiting on it or reading from it.
 std::string ReadTableFile(const std::string& path);
+
+// The bytes of a file, read whole.
+struct TableFileImage {
+    std::unique_ptr<char[]> data;
+    size_t size = 0;
+};
+
+// What tells one state of a file from another: the file itself (device and inode), its size,
+// and its modification and change times to the nanosecond. Invalid where it can't be had.
+struct TableFileStamp {
+    bool valid = false;
+    uint64_t device = 0, inode = 0, size = 0;
+    int64_t modified = 0, changed = 0;
+    bool operator==(const TableFileStamp&) const = default;
+};
+
+// As ReadTableFile, into a buffer of the file's size, with the stamp of the file that was read.
+TableFileImage ReadTableFileImage(const std::string& path, TableFileStamp& stamp);
+
+// The stamp of the file the path names now, following links; invalid when there is none (and
+// always on Windows, where nothing is compared).
+TableFileStamp StampOfTableFile(const std::string& path);
+
+// Whether ReplaceTableFile would succeed with as many bytes as the file holds now, as far as can
+// be known without writing: the path names a regular file that the process may write, no limit
+// on the size of files stops it, and either the folder takes a new file and has room for it, or
+// it refuses new files and the old one is written in place. False on Windows.
+bool TableFileReplaceable(const std::string& path);
 
 // Whether the path names a regular file, following links.
 bool IsRegularTableFile(const std::string& path);
@@ -24,6 +55,12 @@ bool IsRegularTableFile(const std::string& path);
 // A path that names something other than a regular file, or a file the process may not write,
 // raises EFCreateError.
 void ReplaceTableFile(const std::string& path, std::string_view bytes);
+// The same, with the bytes made piece by piece while they are written: next fills the piece
+// (emptied before each call) and returns false after the last. An exception from next fails
+// the save as a failed write does. Where the old file is written in place, every piece is made
+// before the first byte is written.
+using TableFileSource = std::function<bool(std::string& piece)>;
+void ReplaceTableFile(const std::string& path, const TableFileSource& next);
 
 // Moves the file aside in its folder as "<name>.damaged-YYYY-MM-DD" of the day given, with
 // "-2", "-3" and so on added when that name is taken; a link is followed and the file it points

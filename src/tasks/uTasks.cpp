@@ -307,8 +307,10 @@ bool EveryTaskHangsFromTheRoot(const TdxMemData& t) {
     rowOfID.reserve(static_cast<size_t>(n));
     std::vector<int64_t> parents(static_cast<size_t>(n));
     for (int row = 0; row < n; ++row) {
-        const auto* key = std::get_if<int64_t>(&t.Cell(row, id->Index()));
-        const auto* up = std::get_if<int64_t>(&t.Cell(row, parent->Index()));
+        const TCell keyCell = t.Cell(row, id->Index());
+        const TCell upCell = t.Cell(row, parent->Index());
+        const auto* key = std::get_if<int64_t>(&keyCell);
+        const auto* up = std::get_if<int64_t>(&upCell);
         if (!key || !up) return false;
         if (!rowOfID.emplace(*key, row).second) return false;  // a key twice: leave it to the walk
         parents[static_cast<size_t>(row)] = *up;

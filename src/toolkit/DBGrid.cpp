@@ -192,8 +192,7 @@ void TcxGridDBTableView::EnsureOrder() const {
                 if (ra != rb) return groupDesc ? ra > rb : ra < rb;
             }
             if (!sortField) return false;
-            int fi = sortField->Index();
-            int r = t->CompareCells(*sortField, t->Cell(a, fi), t->Cell(b, fi), true);
+            int r = t->CompareRowCells(*sortField, a, b, true);
             return sortDesc ? r > 0 : r < 0;
         });
     }

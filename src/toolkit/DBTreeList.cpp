@@ -400,9 +400,8 @@ void TcxDBTreeList::Rebuild() {
         auto sortRows = [&](std::vector<int>& rows) {
             if (!sortField || rows.size() < 2) return;
             bool desc = sortColumn->SortOrder == TcxSortOrder::soDescending;
-            int fi = sortField->Index();
             std::stable_sort(rows.begin(), rows.end(), [&](int a, int b) {
-                int r = t->CompareCells(*sortField, t->Cell(a, fi), t->Cell(b, fi), true);
+                int r = t->CompareRowCells(*sortField, a, b, true);
                 return desc ? r > 0 : r < 0;
             });
         };

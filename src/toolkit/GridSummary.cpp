@@ -135,12 +135,11 @@ Variant TcxGridDBTableView::SummaryValue(const TcxGridDBTableSummaryItem& item, 
     double sum = 0;
     bool fractions = currency;
     int values = 0;
-    const TCell* low = nullptr;
-    const TCell* high = nullptr;
+    int low = -1, high = -1;  // the rows of the least and greatest values
     for (int i = first; i < first + count; ++i) {
         int row = RecordRow(i);
         if (row < 0) continue;
-        const TCell& c = t->Cell(row, fi);
+        const TCell c = t->Cell(row, fi);
         if (std::holds_alternative<std::monostate>(c)) continue;
         ++values;
         if (const auto* n = std::get_if<int64_t>(&c)) whole += *n;
@@ -148,16 +147,16 @@ Variant TcxGridDBTableView::SummaryValue(const TcxGridDBTableSummaryItem& item, 
             sum += *d;
             fractions = true;
         }
-        if (!low || t->CompareCells(*f, c, *low, true) < 0) low = &c;
-        if (!high || t->CompareCells(*f, c, *high, true) > 0) high = &c;
+        if (low < 0 || t->CompareRowCells(*f, row, low, true) < 0) low = row;
+        if (high < 0 || t->CompareRowCells(*f, row, high, true) > 0) high = row;
     }
     auto total = [&]() -> double { return (currency ? static_cast<double>(whole) / 10000.0 : static_cast<double>(whole)) + sum; };
     switch (item.Kind) {
         case TcxSummaryKind::skCount: return Variant(values);
         case TcxSummaryKind::skSum: return fractions ? Variant(total()) : Variant(whole);
         case TcxSummaryKind::skAverage: return values ? Variant(total() / values) : Variant();
-        case TcxSummaryKind::skMin: return low ? f->CellToVariant(*low) : Variant();
-        case TcxSummaryKind::skMax: return high ? f->CellToVariant(*high) : Variant();
+        case TcxSummaryKind::skMin: return low >= 0 ? t->RowValue(low, *f) : Variant();
+        case TcxSummaryKind::skMax: return high >= 0 ? t->RowValue(high, *f) : Variant();
         case TcxSummaryKind::skNone: break;
     }
     return Variant();

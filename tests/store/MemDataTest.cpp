@@ -508,6 +508,9 @@ TEST(MemData, SortedTableInsertsInPlaceAndItsShortcutFindsWhatAScanFinds) {
     copy.LoadFromDataSet(src.get());
     EXPECT_TRUE(src->Eof());  // the source is left at its end
     ASSERT_EQ(copy.RecordCount(), 7);
+    // The cursor stands on the last row copied, in its sorted place.
+    EXPECT_EQ(copy.FieldByName("Description").AsString(), "delta");
+    EXPECT_EQ(copy.RecNo(), 2);
     std::vector<std::string> order;
     copy.First();
     while (!copy.Eof()) {
@@ -541,9 +544,13 @@ TEST(MemData, SortedTableInsertsInPlaceAndItsShortcutFindsWhatAScanFinds) {
         EXPECT_EQ(at, scan) << n;
     }
 
-    // A second copy appends every row again.
+    // A second copy appends every row again, each after the rows that sort equal to it.
     copy.LoadFromDataSet(src.get());
     EXPECT_EQ(copy.RecordCount(), 15);
+    std::vector<int> betas;
+    for (copy.First(); !copy.Eof(); copy.Next())
+        if (copy.FieldByName("Description").AsString() == "beta") betas.push_back(copy.FieldByName("ID").AsInteger());
+    EXPECT_EQ(betas, (std::vector<int>{1, 6, 1, 6}));
 }
 
 TEST(MemData, ObserversHearNothingWhileControlsAreDisabled) {
