@@ -29,20 +29,29 @@ protected:
 
     std::vector<TExplorerWindow::TPaneInfo> Panes() { return host_->Explorer()->Panes(); }
 
-    // The texts of the tabs in a pane's frame.
+    // The texts of the tabs of a pane's own tab strip: the tab control nearest the frame (a form
+    // inside may have its own).
     static std::vector<std::string> Tabs(HWND frame) {
-        std::vector<std::string> out;
-        HWND tabs = nullptr;
+        struct Search {
+            HWND frame;
+            HWND tabs = nullptr;
+            int depth = 0;
+        } search{frame};
         EnumChildWindows(
             frame,
-            [](HWND w, LPARAM found) {
+            [](HWND w, LPARAM p) {
+                auto& s = *reinterpret_cast<Search*>(p);
                 wchar_t name[64] = {};
                 GetClassNameW(w, name, 64);
                 if (std::wstring(name) != WC_TABCONTROLW) return TRUE;
-                *reinterpret_cast<HWND*>(found) = w;
-                return FALSE;
+                int depth = 0;
+                for (HWND up = w; up && up != s.frame; up = GetParent(up)) ++depth;
+                if (!s.tabs || depth < s.depth) s.tabs = w, s.depth = depth;
+                return TRUE;
             },
-            reinterpret_cast<LPARAM>(&tabs));
+            reinterpret_cast<LPARAM>(&search));
+        std::vector<std::string> out;
+        HWND tabs = search.tabs;
         for (int i = 0; tabs && i < TabCtrl_GetItemCount(tabs); ++i) {
             wchar_t text[64] = {};
             TCITEMW item{};
