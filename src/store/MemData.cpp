@@ -207,6 +207,9 @@ TCell TField::VariantToCell(const Variant& v) const {
             throw EConvertError("'" + v.AsString() + "' is not a valid date and time");
         }
         if (!std::isfinite(d)) throw EConvertError("Invalid date value for field '" + name_ + "'");
+        // A day or a time of day is a day of the calendar, or of none.
+        if ((type_ == TFieldType::ftDate || type_ == TFieldType::ftTime) && !SplittableDate(d))
+            throw EConvertError("Invalid date value for field '" + name_ + "'");
         if (type_ == TFieldType::ftDate) d = DateOf(d);
         if (type_ == TFieldType::ftTime) d = TimeOf(d);
         return TCell{d};

@@ -396,6 +396,24 @@ void WriteDescriptor(Writer& w, const TField& f) {
 
 }  // namespace
 
+namespace {
+
+// A count of days or milliseconds as the file's 4 bytes hold it, the nearest one for a count
+// beyond them.
+int32_t ClampedCount(double n) {
+    if (!(n > static_cast<double>(INT32_MIN))) return INT32_MIN;
+    if (!(n < static_cast<double>(INT32_MAX))) return INT32_MAX;
+    return static_cast<int32_t>(n);
+}
+
+// The milliseconds of the day of a time beyond the calendar, as a time within it is split.
+int32_t TimeOfDayMs(double d) {
+    const double ms = std::nearbyint(std::fabs(d - std::trunc(d)) * MSecsPerDay);
+    return ms >= 0 && ms < MSecsPerDay ? static_cast<int32_t>(ms) : 0;
+}
+
+}  // namespace
+
 class TMemDataWriter {
 public:
     using Slot = TdxMemData::Slot;
@@ -476,8 +494,14 @@ public:
             case TFieldType::ftLongWord: w.Put(static_cast<int32_t>(i)); break;
             case TFieldType::ftLargeint: w.Put(i); break;
             case TFieldType::ftCurrency: w.Put(Currency::FromRaw(i).ToDouble()); break;
-            case TFieldType::ftDate: w.Put(DateTimeToTimeStamp(d).date); break;
-            case TFieldType::ftTime: w.Put(DateTimeToTimeStamp(d).time); break;
+            // A day beyond the calendar (a file may hold any count) goes back as the count it was
+            // read from; a time, as its time of day, as every time is written.
+            case TFieldType::ftDate:
+                w.Put(SplittableDate(d) ? DateTimeToTimeStamp(d).date : ClampedCount(std::floor(d) + DateDelta));
+                break;
+            case TFieldType::ftTime:
+                w.Put(SplittableDate(d) ? DateTimeToTimeStamp(d).time : TimeOfDayMs(d));
+                break;
             case TFieldType::ftDateTime:
             case TFieldType::ftTimeStamp: {
                 if (SplittableDate(d)) {
