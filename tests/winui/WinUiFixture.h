@@ -23,7 +23,7 @@
 #include "tasks/ufmAddTask.h"
 #include "tasks/ufmNewTask.h"
 #include "time/TimeFixture.h"
-#include "win/ui/Inspect.h"
+#include "win/ui/DrawnRecord.h"
 #include "win/ui/Views.h"
 #include "win/ui/WinUi.h"
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "win/ui/FormWindowImpl.h"
-#include "win/ui/Inspect.h"
+#include "win/ui/DrawnRecord.h"
 
 namespace win::ui {
 

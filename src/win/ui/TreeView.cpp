@@ -9,7 +9,7 @@
 #include "toolkit/DragDrop.h"
 #include "win/ui/DropTarget.h"
 #include "win/ui/FormWindowImpl.h"
-#include "win/ui/Inspect.h"
+#include "win/ui/DrawnRecord.h"
 
 namespace win::ui {
 
