@@ -1,26 +1,16 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the Windows build and its tests need, when they are missing:
 # the mingw-w64 cross compilers (posix threads) and widl, Wine (64-bit) and the IDL files widl
-# imports (libwine-dev), GoogleTest's sources, zlib for Windows, NSIS for the setup program, Xvfb
-# for the tests that draw windows; and
-# Debian's sources of libzip and pugixml, which the workbook engine needs and which Debian ships
-# built for Linux only (they are built with the rest, from build/windows-sources/); Xvfb and
-# ImageMagick, on which the windows are drawn and photographed.
+# imports (libwine-dev), GoogleTest's sources, zlib for Windows, NSIS for the setup program, and
+# Xvfb and ImageMagick, on which the windows are drawn and photographed; then Debian's sources of
+# libzip and pugixml, which the workbook engine needs and which Debian ships built for Linux only
+# (they are built with the rest, from build/windows-sources/).
 set -euo pipefail
+. "$(dirname "$0")/install-missing.sh"
 cd "$(dirname "$0")/.."
 packages=(mingw-w64 g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix mingw-w64-tools wine64 libwine-dev
           googletest nsis libz-mingw-w64-dev dpkg-dev xvfb xauth imagemagick)
-missing=()
-for p in "${packages[@]}"; do
-  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
-done
-if [ ${#missing[@]} -gt 0 ]; then
-  echo "Installing: ${missing[*]}"
-  sudo=""
-  [ "$(id -u)" -eq 0 ] || sudo="sudo"
-  $sudo apt-get update -qq
-  DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
-fi
+install_missing "${packages[@]}"
 
 # The sources, fetched once through a source list of this script's own (the machine's lists stay
 # as they are).
