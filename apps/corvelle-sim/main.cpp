@@ -24,6 +24,7 @@
 #include <vector>
 
 #include "platform/System.h"
+#include "sim/CommandLine.h"
 #include "sim/ScriptHost.h"
 #include "sim/ScriptLexer.h"
 
@@ -126,37 +127,14 @@ std::string MakeFreshFolder() {
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::optional<std::string> dir;
-    std::vector<std::string> scripts;
-    for (int i = 1; i < argc; ++i) {
-        std::string arg = argv[i];
-        if (arg == "--help" || arg == "-h") {
-            std::cout << kHelp;
-            return 0;
-        }
-        if (arg == "--dir") {
-            if (i + 1 >= argc) {
-                std::cerr << "corvelle-sim: --dir needs a folder\n" << kUsage;
-                return kExitError;
-            }
-            dir = argv[++i];
-        } else if (arg.rfind("--dir=", 0) == 0) {
-            dir = arg.substr(6);
-        } else if (arg.size() > 1 && arg[0] == '-') {
-            std::cerr << "corvelle-sim: unknown option " << arg << "\n" << kUsage;
-            return kExitError;
-        } else {
-            scripts.push_back(arg);
-        }
+    std::optional<sim::TCommandLine> line = sim::ReadCommandLine(argc, argv, "corvelle-sim", kUsage, {}, std::cerr);
+    if (!line) return kExitError;
+    if (line->help) {
+        std::cout << kHelp;
+        return 0;
     }
-    for (const std::string& s : scripts) {
-        if (s == "-") continue;
-        std::ifstream probe(s);
-        if (!probe) {
-            std::cerr << "corvelle-sim: cannot open the script " << s << "\n";
-            return kExitError;
-        }
-    }
+    const std::optional<std::string>& dir = line->dir;
+    const std::vector<std::string>& scripts = line->scripts;
 
     std::string folder;
     try {

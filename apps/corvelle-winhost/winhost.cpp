@@ -31,6 +31,7 @@
 #include <vector>
 
 #include "platform/System.h"
+#include "sim/CommandLine.h"
 #include "sim/ScriptLexer.h"
 #include "win/com/ComSupport.h"
 #include "win/platform/WinServices.h"
@@ -98,43 +99,19 @@ int main(int argc, char** argv) {
         SetEnvironmentVariableW(L"TEMP", temp);
     }
 
-    std::optional<std::string> dir;
-    std::vector<std::string> scripts;
-    bool windows = false;
-    for (int i = 1; i < argc; ++i) {
-        std::string arg = argv[i];
-        if (arg == "--help" || arg == "-h") {
-            std::cout << kUsage
-                      << "\nThe commands are corvelle-sim's (corvelle-sim --help); with --window also\n"
-                         "  screenshot FILE [WINDOW]   the screen, the explorer (\"explorer\") or a window\n"
-                         "                             of that caption, as a PNG file\n";
-            return 0;
-        }
-        if (arg == "--dir") {
-            if (i + 1 >= argc) {
-                std::cerr << "corvelle-winhost: --dir needs a folder\n" << kUsage;
-                return kExitError;
-            }
-            dir = argv[++i];
-        } else if (arg == "--window") {
-            windows = true;
-        } else if (arg.rfind("--dir=", 0) == 0) {
-            dir = arg.substr(6);
-        } else if (arg.size() > 1 && arg[0] == '-') {
-            std::cerr << "corvelle-winhost: unknown option " << arg << "\n" << kUsage;
-            return kExitError;
-        } else {
-            scripts.push_back(arg);
-        }
+    std::optional<sim::TCommandLine> line =
+        sim::ReadCommandLine(argc, argv, "corvelle-winhost", kUsage, {"--window"}, std::cerr);
+    if (!line) return kExitError;
+    if (line->help) {
+        std::cout << kUsage
+                  << "\nThe commands are corvelle-sim's (corvelle-sim --help); with --window also\n"
+                     "  screenshot FILE [WINDOW]   the screen, the explorer (\"explorer\") or a window\n"
+                     "                             of that caption, as a PNG file\n";
+        return 0;
     }
-    for (const std::string& s : scripts) {
-        if (s == "-") continue;
-        std::ifstream probe(s);
-        if (!probe) {
-            std::cerr << "corvelle-winhost: cannot open the script " << s << "\n";
-            return kExitError;
-        }
-    }
+    const std::optional<std::string>& dir = line->dir;
+    const std::vector<std::string>& scripts = line->scripts;
+    const bool windows = line->Has("--window");
 
     std::string folder;
     try {
