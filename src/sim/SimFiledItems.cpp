@@ -162,12 +162,28 @@ protected:
 };
 
 // ---------------------------------------------------------------------------------------------
+// What a mail and a post share: a subject and a body, sent by someone at a time, with attachments.
+
+template <class Kind>
+class TSimMessageItem : public TSimFiledItem<Kind> {
+public:
+    using TSimFiledItem<Kind>::TSimFiledItem;
+    std::string Subject() override { return this->Read("Subject").AsString(); }
+    void SetSubject(const std::string& v) override { this->Write("Subject", Variant(v)); }
+    std::string Body() override { return this->Read("Body").AsString(); }
+    void SetBody(const std::string& v) override { this->Write("Body", Variant(v)); }
+    TDateTime SentOn() override { return this->Read("SentOn").AsDateTime(); }
+    std::string SenderName() override { return this->Read("SenderName").AsString(); }
+    std::shared_ptr<outlook::Attachments> GetAttachments() override { return TSimFiledItem<Kind>::GetAttachments(); }
+};
+
+// ---------------------------------------------------------------------------------------------
 // Mail
 
-class TSimMailItem final : public TSimFiledItem<outlook::_MailItem> {
+class TSimMailItem final : public TSimMessageItem<outlook::_MailItem> {
 public:
     TSimMailItem(std::weak_ptr<detail::SimStore> store, std::weak_ptr<TSimFolder> folder, std::string cls)
-        : TSimFiledItem(std::move(store), std::move(folder), std::move(cls), "MailItem") {
+        : TSimMessageItem(std::move(store), std::move(folder), std::move(cls), "MailItem") {
         InitValue("Subject", Variant(""));
         InitValue("Body", Variant(""));
         InitValue("SentOn", Variant::FromDate(NoCompletionDate()));
@@ -181,18 +197,11 @@ public:
         };
         return p;
     }
-    std::string Subject() override { return Read("Subject").AsString(); }
-    void SetSubject(const std::string& v) override { Write("Subject", Variant(v)); }
-    std::string Body() override { return Read("Body").AsString(); }
-    void SetBody(const std::string& v) override { Write("Body", Variant(v)); }
-    TDateTime SentOn() override { return Read("SentOn").AsDateTime(); }
     std::string SentOnBehalfOfName() override { return Read("SentOnBehalfOfName").AsString(); }
-    std::string SenderName() override { return Read("SenderName").AsString(); }
     std::shared_ptr<outlook::Recipients> GetRecipients() override {
         Enter("Recipients");
         return std::make_shared<TSimRecipients>(store_, people_);
     }
-    std::shared_ptr<outlook::Attachments> GetAttachments() override { return TSimFiledItem::GetAttachments(); }
 
     void Send() {
         auto s = Alive(store_);
@@ -228,11 +237,11 @@ protected:
 // ---------------------------------------------------------------------------------------------
 // Post
 
-class TSimPostItem final : public TSimFiledItem<outlook::_PostItem> {
+class TSimPostItem final : public TSimMessageItem<outlook::_PostItem> {
 public:
     TSimPostItem(std::weak_ptr<detail::SimStore> store, std::weak_ptr<TSimFolder> folder, std::string cls,
                  const std::string& user)
-        : TSimFiledItem(std::move(store), std::move(folder), std::move(cls), "PostItem") {
+        : TSimMessageItem(std::move(store), std::move(folder), std::move(cls), "PostItem") {
         InitValue("Subject", Variant(""));
         InitValue("Body", Variant(""));
         InitValue("SentOn", Variant::FromDate(NoCompletionDate()));
@@ -243,13 +252,6 @@ public:
             {"Subject", K::Text}, {"Body", K::Text}, {"SentOn", K::DateTime}, {"SenderName", K::Text}};
         return p;
     }
-    std::string Subject() override { return Read("Subject").AsString(); }
-    void SetSubject(const std::string& v) override { Write("Subject", Variant(v)); }
-    std::string Body() override { return Read("Body").AsString(); }
-    void SetBody(const std::string& v) override { Write("Body", Variant(v)); }
-    TDateTime SentOn() override { return Read("SentOn").AsDateTime(); }
-    std::string SenderName() override { return Read("SenderName").AsString(); }
-    std::shared_ptr<outlook::Attachments> GetAttachments() override { return TSimFiledItem::GetAttachments(); }
 };
 
 // ---------------------------------------------------------------------------------------------

@@ -260,32 +260,32 @@ protected:
     }
 };
 
-class OleMailItem final : public OleItem<outlook::_MailItem> {
+// What a mail and a post share: a subject and a body, sent by someone at a time, with attachments.
+template <class Kind>
+class OleMessageItem : public OleItem<Kind> {
 public:
-    using OleItem::OleItem;
-    std::string Subject() override { return ole_.GetText("Subject"); }
-    void SetSubject(const std::string& value) override { ole_.Put("Subject", value); }
-    std::string Body() override { return ole_.GetText("Body"); }
-    void SetBody(const std::string& value) override { ole_.Put("Body", value); }
-    TDateTime SentOn() override { return Date("SentOn"); }
+    using OleItem<Kind>::OleItem;
+    std::string Subject() override { return this->ole_.GetText("Subject"); }
+    void SetSubject(const std::string& value) override { this->ole_.Put("Subject", value); }
+    std::string Body() override { return this->ole_.GetText("Body"); }
+    void SetBody(const std::string& value) override { this->ole_.Put("Body", value); }
+    TDateTime SentOn() override { return this->Date("SentOn"); }
+    std::string SenderName() override { return this->ole_.GetText("SenderName"); }
+    std::shared_ptr<outlook::Attachments> GetAttachments() override { return this->Attached(); }
+};
+
+class OleMailItem final : public OleMessageItem<outlook::_MailItem> {
+public:
+    using OleMessageItem::OleMessageItem;
     std::string SentOnBehalfOfName() override { return ole_.GetText("SentOnBehalfOfName"); }
-    std::string SenderName() override { return ole_.GetText("SenderName"); }
     std::shared_ptr<outlook::Recipients> GetRecipients() override {
         return BindAs<outlook::Recipients>(ole_.GetObject("Recipients"));
     }
-    std::shared_ptr<outlook::Attachments> GetAttachments() override { return Attached(); }
 };
 
-class OlePostItem final : public OleItem<outlook::_PostItem> {
+class OlePostItem final : public OleMessageItem<outlook::_PostItem> {
 public:
-    using OleItem::OleItem;
-    std::string Subject() override { return ole_.GetText("Subject"); }
-    void SetSubject(const std::string& value) override { ole_.Put("Subject", value); }
-    std::string Body() override { return ole_.GetText("Body"); }
-    void SetBody(const std::string& value) override { ole_.Put("Body", value); }
-    TDateTime SentOn() override { return Date("SentOn"); }
-    std::string SenderName() override { return ole_.GetText("SenderName"); }
-    std::shared_ptr<outlook::Attachments> GetAttachments() override { return Attached(); }
+    using OleMessageItem::OleMessageItem;
 };
 
 class OleAppointmentItem final : public OleItem<outlook::_AppointmentItem> {
