@@ -89,6 +89,8 @@ TEST(Text, CodePageAndCollation) {
     EXPECT_EQ(platform::Utf8ToAnsi("caf\xC3\xA9 \xE2\x82\xAC"), "caf\xE9 \x80");
     EXPECT_EQ(platform::AnsiToUtf8("caf\xE9 \x80"), "caf\xC3\xA9 \xE2\x82\xAC");
     EXPECT_EQ(platform::Utf8ToAnsi("\xE4\xB8\xAD"), "?");  // not in the code page: lost
+    // An overlong NUL is no character: each of its bytes becomes the replacement character.
+    EXPECT_EQ(platform::Utf8ToUtf16("\xC0\x80x"), u"\uFFFD\uFFFDx");
     // The locale's order, not byte order: "a" < "B" < "c", and case weighs only when asked.
     EXPECT_LT(platform::CompareAnsi("a", "B", false), 0);
     EXPECT_LT(platform::CompareAnsi("B", "c", false), 0);
