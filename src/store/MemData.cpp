@@ -1070,9 +1070,15 @@ void TdxMemData::SetFiltered(bool value) {
         filterList_.clear();
         isFiltered_ = false;
     }
-    DisableControls();
-    if (Active()) First();
-    EnableControls();
+    // The views hear of the new filter once, with the cursor already on its first row.
+    ++disableCount_;
+    try {
+        if (Active()) First();
+    } catch (...) {
+        --disableCount_;
+        throw;
+    }
+    --disableCount_;
     Notify(TDataEvent::DataSetChange);
 }
 

@@ -255,6 +255,10 @@ public:
     // Read access for views, without moving the cursor.
     int RowCount() const { return static_cast<int>(rows_.size()); }  // all rows, whatever the filter
     int CurRec() const { return curRec_; }                             // zero-based, -1 for none
+    // Grows whenever a row is added, removed, moved or given another value (a row posted as it
+    // was is no change), and at every load and close: a view that saw the same count saw the
+    // same rows in the same order.
+    uint64_t RowsVersion() const { return rowsVersion_; }
     std::vector<int> VisibleRows() const;                              // zero-based rows the filter shows
     TCell Cell(int row, int field) const;
     // Three-way compare of one field of two rows, as CompareCells, without copying their text.

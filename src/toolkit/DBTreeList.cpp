@@ -33,6 +33,7 @@ bool TextIsInteger(const std::string& text, int64_t& out) {
 }  // namespace
 
 void TExpandedKeys::Set(const Variant& key, bool expanded) {
+    ++changes_;
     int64_t i = 0;
     if (key.type() == Variant::Type::Integer) {
         if (expanded) ints_.insert(key.AsInt64());
@@ -249,8 +250,58 @@ TFontStyles TcxDBTreeList::CellStyle(TcxTreeListNode* node, TcxDBTreeListColumn&
 }
 
 void TcxDBTreeList::DataEvent(TdxMemData&, TDataEvent event, TField*) {
-    if (event == TDataEvent::DataSetChange) Rebuild();
-    else if (event == TDataEvent::DataSetScroll) SyncFocusToCursor();
+    if (event == TDataEvent::DataSetChange) {
+        TdxMemData* t = DataSet();
+        std::vector<int> shown;
+        if (t && t->Active()) shown = t->VisibleRows();
+        if (!BuiltFromMatches(shown)) {
+            Rebuild();
+            return;
+        }
+        // The same rows in the same order: the nodes stand. What a rebuild would still do is
+        // done here: texts made again when read, expanded states read again, the focus.
+        TBookmark focusedBookmark = focused_ ? focused_->bookmark_ : 0;
+        focused_ = nullptr;
+        const bool reExpand = builtFrom_.expandedChanges != expandedKeys_.Changes();
+        for (TcxTreeListNode* n : all_) {
+            std::fill(n->made_.begin(), n->made_.end(), 0);
+            if (reExpand) n->expanded_ = !n->key_.IsNull() && expandedKeys_.Has(n->key_);
+        }
+        builtFrom_.expandedChanges = expandedKeys_.Changes();
+        FocusAfterRebuild(focusedBookmark);
+    } else if (event == TDataEvent::DataSetScroll) {
+        SyncFocusToCursor();
+    }
+}
+
+void TcxDBTreeList::RecordBuiltFrom(std::vector<int> shown) {
+    TdxMemData* t = DataSet();
+    builtFrom_.valid = true;
+    builtFrom_.table = t;
+    builtFrom_.rowsVersion = t ? t->RowsVersion() : 0;
+    builtFrom_.fieldCount = t ? t->FieldCount() : 0;
+    builtFrom_.shown = std::move(shown);
+    builtFrom_.keyField = KeyField;
+    builtFrom_.parentField = ParentField;
+    builtFrom_.rootValue = RootValue;
+    builtFrom_.columns.clear();
+    for (const auto& c : columns_) builtFrom_.columns.emplace_back(c->FieldName(), c->SortOrder);
+    builtFrom_.expandedChanges = expandedKeys_.Changes();
+}
+
+bool TcxDBTreeList::BuiltFromMatches(const std::vector<int>& shown) const {
+    TdxMemData* t = DataSet();
+    // Only a tree built over an open table keeps its nodes: a closed one is rebuilt each time.
+    if (!builtFrom_.valid || !t || !t->Active() || builtFrom_.table != t) return false;
+    if (builtFrom_.rowsVersion != t->RowsVersion() || builtFrom_.fieldCount != t->FieldCount()) return false;
+    if (builtFrom_.keyField != KeyField || builtFrom_.parentField != ParentField ||
+        !(builtFrom_.rootValue == RootValue) || builtFrom_.columns.size() != columns_.size())
+        return false;
+    for (size_t i = 0; i < columns_.size(); ++i)
+        if (builtFrom_.columns[i].first != columns_[i]->FieldName() ||
+            builtFrom_.columns[i].second != columns_[i]->SortOrder)
+            return false;
+    return builtFrom_.shown == shown;
 }
 
 TcxTreeListNode& TcxDBTreeList::NodeOfBookmark(TBookmark bookmark) {
@@ -316,6 +367,16 @@ public:
         }
     }
 
+    // Whether keys are matched as integers (otherwise by their texts).
+    bool Ints() const { return ints_; }
+
+    // Each parent's rows, as filed.
+    template <class F>
+    void ForEachGroup(F&& f) {
+        for (auto& [key, rows] : byInt_) f(rows);
+        for (auto& [key, rows] : byText_) f(rows);
+    }
+
     // Takes the rows filed under a row's key away (each parent's rows are placed once).
     bool Take(int row, std::vector<int>& out) {
         const TCell& k = t_.Cell(row, key_.Index());
@@ -355,6 +416,7 @@ private:
 void TcxDBTreeList::Rebuild() {
     TBookmark focusedBookmark = focused_ ? focused_->bookmark_ : 0;
     focused_ = nullptr;
+    builtFrom_.valid = false;
     // Every node is detached until placed again; those not placed last time are detached already.
     for (TcxTreeListNode* node : all_) {
         node->parent_ = nullptr;
@@ -384,6 +446,7 @@ void TcxDBTreeList::Rebuild() {
 
         // Rows the table shows, grouped by their parent key.
         std::vector<int> shown = t->VisibleRows();
+        RecordBuiltFrom(shown);
         all_.reserve(shown.size());
         TParentIndex byParent(*t, *keyField, *parentField, shown);
         std::vector<int> rootRows;
@@ -397,9 +460,27 @@ void TcxDBTreeList::Rebuild() {
                 break;
             }
         TField* sortField = sortColumn ? t->FindField(sortColumn->FieldName()) : nullptr;
+        const bool desc = sortColumn && sortColumn->SortOrder == TcxSortOrder::soDescending;
+        // Rows shown in table order are ordered among their siblings by the places all rows of
+        // the table take among theirs, kept while the rows don't change: a new filter over the
+        // same rows compares no texts. The places are worked out when none are kept and the
+        // tree shows half the table or more, so that a narrow tree never pays for the whole.
+        bool byPlace = false;
+        if (sortField && std::adjacent_find(shown.begin(), shown.end(), std::greater_equal<int>()) == shown.end()) {
+            if (!SiblingPlacesFit(*keyField, *parentField, *sortField, desc, byParent.Ints()) &&
+                shown.size() * 2 >= static_cast<size_t>(t->RowCount()))
+                MakeSiblingPlaces(*keyField, *parentField, *sortField, desc);
+            byPlace = SiblingPlacesFit(*keyField, *parentField, *sortField, desc, byParent.Ints());
+        }
         auto sortRows = [&](std::vector<int>& rows) {
             if (!sortField || rows.size() < 2) return;
-            bool desc = sortColumn->SortOrder == TcxSortOrder::soDescending;
+            if (byPlace) {
+                const std::vector<uint32_t>& places = siblingPlaces_.place;
+                std::sort(rows.begin(), rows.end(), [&](int a, int b) {
+                    return places[static_cast<size_t>(a)] < places[static_cast<size_t>(b)];
+                });
+                return;
+            }
             std::stable_sort(rows.begin(), rows.end(), [&](int a, int b) {
                 int r = t->CompareRowCells(*sortField, a, b, true);
                 return desc ? r > 0 : r < 0;
@@ -454,7 +535,53 @@ void TcxDBTreeList::Rebuild() {
             };
         place(rootRows, nullptr, roots_);
     }
+    FocusAfterRebuild(focusedBookmark);
+}
 
+bool TcxDBTreeList::SiblingPlacesFit(const TField& key, const TField& parent, const TField& sort, bool desc,
+                                     bool ints) const {
+    const TdxMemData* t = DataSet();
+    const TSiblingPlaces& p = siblingPlaces_;
+    return p.valid && p.table == t && p.rowsVersion == t->RowsVersion() && p.fieldCount == t->FieldCount() &&
+           p.keyField == key.Index() && p.parentField == parent.Index() && p.sortField == sort.Index() &&
+           p.desc == desc && p.ints == ints && p.rootValue == RootValue &&
+           p.place.size() == static_cast<size_t>(t->RowCount());
+}
+
+void TcxDBTreeList::MakeSiblingPlaces(const TField& key, const TField& parent, const TField& sort, bool desc) {
+    TdxMemData* t = DataSet();
+    TSiblingPlaces& p = siblingPlaces_;
+    p.valid = false;
+    std::vector<int> all(static_cast<size_t>(t->RowCount()));
+    for (size_t i = 0; i < all.size(); ++i) all[i] = static_cast<int>(i);
+    TParentIndex byParent(*t, key, parent, all);
+    std::vector<int> roots;
+    byParent.Add(all, RootValue, roots);
+    p.place.assign(all.size(), 0);
+    auto order = [&](std::vector<int>& rows) {
+        // As a rebuild orders the siblings it shows: by the column, ties in table order.
+        std::stable_sort(rows.begin(), rows.end(), [&](int a, int b) {
+            int r = t->CompareRowCells(sort, a, b, true);
+            return desc ? r > 0 : r < 0;
+        });
+        for (size_t i = 0; i < rows.size(); ++i) p.place[static_cast<size_t>(rows[i])] = static_cast<uint32_t>(i);
+    };
+    order(roots);
+    byParent.ForEachGroup(order);
+    p.valid = true;
+    p.table = t;
+    p.rowsVersion = t->RowsVersion();
+    p.fieldCount = t->FieldCount();
+    p.keyField = key.Index();
+    p.parentField = parent.Index();
+    p.sortField = sort.Index();
+    p.desc = desc;
+    p.ints = byParent.Ints();
+    p.rootValue = RootValue;
+}
+
+void TcxDBTreeList::FocusAfterRebuild(TBookmark focusedBookmark) {
+    TdxMemData* t = DataSet();
     // The same row keeps its focus quietly; another row focused is a change.
     TcxTreeListNode* now = nullptr;
     if (t && t->Active() && t->RecordCount() > 0) now = NodeOfRow(t->CurRec());
