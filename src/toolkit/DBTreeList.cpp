@@ -76,6 +76,7 @@ bool TcxTreeListNode::Focused() const { return tree_->FocusedNode() == this; }
 const std::string& TcxTreeListNode::Texts(int columnIndex) const {
     size_t c = static_cast<size_t>(columnIndex);
     if (c >= cells_.size()) return texts_.at(c);  // raises as an index out of range does
+    if (texts_.size() < cells_.size()) texts_.resize(cells_.size());
     if (!(made_[c] & 1)) {
         const TField* f = tree_->ColumnField(columnIndex);
         texts_[c] = f ? f->CellDisplayText(cells_[c]) : std::string();
@@ -87,6 +88,7 @@ const std::string& TcxTreeListNode::Texts(int columnIndex) const {
 const Variant& TcxTreeListNode::Values(int columnIndex) const {
     size_t c = static_cast<size_t>(columnIndex);
     if (c >= cells_.size()) return values_.at(c);
+    if (values_.size() < cells_.size()) values_.resize(cells_.size());
     if (!(made_[c] & 2)) {
         const TField* f = tree_->ColumnField(columnIndex);
         values_[c] = f ? f->CellToVariant(cells_[c]) : Variant();
@@ -465,17 +467,18 @@ void TcxDBTreeList::Rebuild() {
         // the table take among theirs, kept while the rows don't change: a new filter over the
         // same rows compares no texts. The places are worked out when none are kept and the
         // tree shows half the table or more, so that a narrow tree never pays for the whole.
-        bool byPlace = false;
+        const TSiblingPlaces* kept = nullptr;
         if (sortField && std::adjacent_find(shown.begin(), shown.end(), std::greater_equal<int>()) == shown.end()) {
-            if (!SiblingPlacesFit(*keyField, *parentField, *sortField, desc, byParent.Ints()) &&
-                shown.size() * 2 >= static_cast<size_t>(t->RowCount()))
+            kept = FindSiblingPlaces(*keyField, *parentField, *sortField, desc, byParent.Ints());
+            if (!kept && shown.size() * 2 >= static_cast<size_t>(t->RowCount())) {
                 MakeSiblingPlaces(*keyField, *parentField, *sortField, desc);
-            byPlace = SiblingPlacesFit(*keyField, *parentField, *sortField, desc, byParent.Ints());
+                kept = FindSiblingPlaces(*keyField, *parentField, *sortField, desc, byParent.Ints());
+            }
         }
         auto sortRows = [&](std::vector<int>& rows) {
             if (!sortField || rows.size() < 2) return;
-            if (byPlace) {
-                const std::vector<uint32_t>& places = siblingPlaces_.place;
+            if (kept) {
+                const std::vector<uint32_t>& places = kept->place;
                 std::sort(rows.begin(), rows.end(), [&](int a, int b) {
                     return places[static_cast<size_t>(a)] < places[static_cast<size_t>(b)];
                 });
@@ -511,9 +514,11 @@ void TcxDBTreeList::Rebuild() {
                     n->absoluteIndex_ = static_cast<int>(all_.size());
                     n->expanded_ = !n->key_.IsNull() && expandedKeys_.Has(n->key_);
                     // The cells as they stand now; texts and values are made again when read.
+                    // Room for texts and values is made when the first is read: most nodes of
+                    // a large tree are never drawn.
                     n->cells_.resize(columnCount);
-                    n->texts_.resize(columnCount);
-                    n->values_.resize(columnCount);
+                    if (n->texts_.size() > columnCount) n->texts_.resize(columnCount);
+                    if (n->values_.size() > columnCount) n->values_.resize(columnCount);
                     n->made_.assign(columnCount, 0);
                     for (size_t c = 0; c < columnCount; ++c) {
                         int f = columnFields_[c];
@@ -521,8 +526,7 @@ void TcxDBTreeList::Rebuild() {
                             n->cells_[c] = TCell{};
                             continue;
                         }
-                        const TCell& now = t->Cell(row, f);
-                        if (!(n->cells_[c] == now)) n->cells_[c] = now;
+                        if (!t->SameCell(row, f, n->cells_[c])) n->cells_[c] = t->Cell(row, f);
                     }
                     rowToNode_[static_cast<size_t>(row)] = n;
                     into.push_back(n);
@@ -538,46 +542,70 @@ void TcxDBTreeList::Rebuild() {
     FocusAfterRebuild(focusedBookmark);
 }
 
-bool TcxDBTreeList::SiblingPlacesFit(const TField& key, const TField& parent, const TField& sort, bool desc,
-                                     bool ints) const {
+namespace {
+
+// The places last made, by any tree: a tree made anew over rows that another tree has ordered
+// (the chooser's, or the pane's before the explorer closed) takes them as they are.
+std::vector<std::shared_ptr<const TcxDBTreeList::TSiblingPlaces>>& SharedSiblingPlaces() {
+    static std::vector<std::shared_ptr<const TcxDBTreeList::TSiblingPlaces>> kept;
+    return kept;
+}
+constexpr size_t kSharedSiblingPlaces = 4;
+
+}  // namespace
+
+bool TcxDBTreeList::SiblingPlacesFit(const TSiblingPlaces* p, const TField& key, const TField& parent,
+                                     const TField& sort, bool desc, bool ints) const {
     const TdxMemData* t = DataSet();
-    const TSiblingPlaces& p = siblingPlaces_;
-    return p.valid && p.table == t && p.rowsVersion == t->RowsVersion() && p.fieldCount == t->FieldCount() &&
-           p.keyField == key.Index() && p.parentField == parent.Index() && p.sortField == sort.Index() &&
-           p.desc == desc && p.ints == ints && p.rootValue == RootValue &&
-           p.place.size() == static_cast<size_t>(t->RowCount());
+    return p && p->valid && p->rowsVersion == t->RowsVersion() && p->fieldCount == t->FieldCount() &&
+           p->keyField == key.Index() && p->parentField == parent.Index() && p->sortField == sort.Index() &&
+           p->desc == desc && p->ints == ints && p->rootValue == RootValue &&
+           p->place.size() == static_cast<size_t>(t->RowCount());
+}
+
+const TcxDBTreeList::TSiblingPlaces* TcxDBTreeList::FindSiblingPlaces(const TField& key, const TField& parent,
+                                                                      const TField& sort, bool desc, bool ints) {
+    if (SiblingPlacesFit(siblingPlaces_.get(), key, parent, sort, desc, ints)) return siblingPlaces_.get();
+    for (const auto& p : SharedSiblingPlaces())
+        if (SiblingPlacesFit(p.get(), key, parent, sort, desc, ints)) {
+            siblingPlaces_ = p;
+            return p.get();
+        }
+    return nullptr;
 }
 
 void TcxDBTreeList::MakeSiblingPlaces(const TField& key, const TField& parent, const TField& sort, bool desc) {
     TdxMemData* t = DataSet();
-    TSiblingPlaces& p = siblingPlaces_;
-    p.valid = false;
+    auto p = std::make_shared<TSiblingPlaces>();
     std::vector<int> all(static_cast<size_t>(t->RowCount()));
     for (size_t i = 0; i < all.size(); ++i) all[i] = static_cast<int>(i);
     TParentIndex byParent(*t, key, parent, all);
     std::vector<int> roots;
     byParent.Add(all, RootValue, roots);
-    p.place.assign(all.size(), 0);
+    p->place.assign(all.size(), 0);
     auto order = [&](std::vector<int>& rows) {
         // As a rebuild orders the siblings it shows: by the column, ties in table order.
         std::stable_sort(rows.begin(), rows.end(), [&](int a, int b) {
             int r = t->CompareRowCells(sort, a, b, true);
             return desc ? r > 0 : r < 0;
         });
-        for (size_t i = 0; i < rows.size(); ++i) p.place[static_cast<size_t>(rows[i])] = static_cast<uint32_t>(i);
+        for (size_t i = 0; i < rows.size(); ++i) p->place[static_cast<size_t>(rows[i])] = static_cast<uint32_t>(i);
     };
     order(roots);
     byParent.ForEachGroup(order);
-    p.valid = true;
-    p.table = t;
-    p.rowsVersion = t->RowsVersion();
-    p.fieldCount = t->FieldCount();
-    p.keyField = key.Index();
-    p.parentField = parent.Index();
-    p.sortField = sort.Index();
-    p.desc = desc;
-    p.ints = byParent.Ints();
-    p.rootValue = RootValue;
+    p->valid = true;
+    p->rowsVersion = t->RowsVersion();
+    p->fieldCount = t->FieldCount();
+    p->keyField = key.Index();
+    p->parentField = parent.Index();
+    p->sortField = sort.Index();
+    p->desc = desc;
+    p->ints = byParent.Ints();
+    p->rootValue = RootValue;
+    siblingPlaces_ = p;
+    auto& shared = SharedSiblingPlaces();
+    shared.insert(shared.begin(), siblingPlaces_);
+    if (shared.size() > kSharedSiblingPlaces) shared.pop_back();
 }
 
 void TcxDBTreeList::FocusAfterRebuild(TBookmark focusedBookmark) {

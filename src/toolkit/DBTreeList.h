@@ -222,18 +222,25 @@ private:
     // After the nodes were placed: the node of the cursor's row is focused; the same row keeps
     // its focus quietly, another is a change.
     void FocusAfterRebuild(TBookmark focusedBookmark);
+public:
     // Each row's place among all the table's rows of its parent (shown or not), by the sorted
-    // column, ties in table order; kept while the rows stay as they are.
+    // column, ties in table order; kept while the rows stay as they are, and shared by the trees
+    // over the same rows (a version of the rows belongs to one table alone).
     struct TSiblingPlaces {
         bool valid = false;
-        const TdxMemData* table = nullptr;
         uint64_t rowsVersion = 0;
         int fieldCount = 0, keyField = -1, parentField = -1, sortField = -1;
         bool desc = false, ints = false;
         Variant rootValue;
         std::vector<uint32_t> place;  // by row
     };
-    bool SiblingPlacesFit(const TField& key, const TField& parent, const TField& sort, bool desc, bool ints) const;
+
+private:
+    bool SiblingPlacesFit(const TSiblingPlaces* p, const TField& key, const TField& parent, const TField& sort,
+                          bool desc, bool ints) const;
+    // The places that fit, kept by this tree or another; nullptr when none.
+    const TSiblingPlaces* FindSiblingPlaces(const TField& key, const TField& parent, const TField& sort, bool desc,
+                                           bool ints);
     void MakeSiblingPlaces(const TField& key, const TField& parent, const TField& sort, bool desc);
     // The field of a column as the tree last followed the table; nullptr when it has none.
     const TField* ColumnField(int column) const;
@@ -255,6 +262,6 @@ private:
     std::vector<int> columnFields_;                 // per column: its field's index, -1 for none
     std::vector<TcxTreeListNode*> rowToNode_;  // by the table's row index
     TBuiltFrom builtFrom_;
-    TSiblingPlaces siblingPlaces_;
+    std::shared_ptr<const TSiblingPlaces> siblingPlaces_;
     friend class TcxTreeListNode;
 };
