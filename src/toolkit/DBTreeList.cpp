@@ -445,6 +445,15 @@ void TcxDBTreeList::Rebuild() {
             columnFields_.push_back(f ? f->Index() : -1);
         }
         const size_t columnCount = columns_.size();
+        const uint64_t rowsVersion = t->RowsVersion();
+        // Columns, key or parent bound anew: every node reads its cells again.
+        std::vector<int> binding = columnFields_;
+        binding.push_back(keyField->Index());
+        binding.push_back(parentField->Index());
+        if (binding != placedBinding_) {
+            placedBinding_ = std::move(binding);
+            ++bindingEpoch_;
+        }
 
         // Rows the table shows, grouped by their parent key.
         std::vector<int> shown = t->VisibleRows();
@@ -509,8 +518,13 @@ void TcxDBTreeList::Rebuild() {
                     n->index_ = static_cast<int>(into.size());
                     n->row_ = row;
                     n->bookmark_ = bookmark;
-                    n->key_ = t->RowValue(row, *keyField);
-                    n->parentKey_ = t->RowValue(row, *parentField);
+                    // A node placed over the same version of the rows holds their values already.
+                    const bool current = n->rowsVersion_ == rowsVersion && n->bindingEpoch_ == bindingEpoch_ &&
+                                         n->cells_.size() == columnCount;
+                    if (!current) {
+                        n->key_ = t->RowValue(row, *keyField);
+                        n->parentKey_ = t->RowValue(row, *parentField);
+                    }
                     n->absoluteIndex_ = static_cast<int>(all_.size());
                     n->expanded_ = !n->key_.IsNull() && expandedKeys_.Has(n->key_);
                     // The cells as they stand now; texts and values are made again when read.
@@ -520,7 +534,7 @@ void TcxDBTreeList::Rebuild() {
                     if (n->texts_.size() > columnCount) n->texts_.resize(columnCount);
                     if (n->values_.size() > columnCount) n->values_.resize(columnCount);
                     n->made_.assign(columnCount, 0);
-                    for (size_t c = 0; c < columnCount; ++c) {
+                    for (size_t c = 0; c < columnCount && !current; ++c) {
                         int f = columnFields_[c];
                         if (f < 0) {
                             n->cells_[c] = TCell{};
@@ -528,6 +542,8 @@ void TcxDBTreeList::Rebuild() {
                         }
                         if (!t->SameCell(row, f, n->cells_[c])) n->cells_[c] = t->Cell(row, f);
                     }
+                    n->rowsVersion_ = rowsVersion;
+                    n->bindingEpoch_ = bindingEpoch_;
                     rowToNode_[static_cast<size_t>(row)] = n;
                     into.push_back(n);
                     all_.push_back(n);

@@ -101,6 +101,9 @@ private:
     mutable std::vector<std::string> texts_;
     mutable std::vector<Variant> values_;
     mutable std::vector<uint8_t> made_;  // per column: 1 text made, 2 value made
+    // The version of the rows and the tree's binding when the cells and keys were last read.
+    uint64_t rowsVersion_ = 0;
+    uint64_t bindingEpoch_ = 0;
 };
 
 // Font style of a drawn cell.
@@ -262,6 +265,8 @@ private:
     std::vector<int> columnFields_;                 // per column: its field's index, -1 for none
     std::vector<TcxTreeListNode*> rowToNode_;  // by the table's row index
     TBuiltFrom builtFrom_;
+    std::vector<int> placedBinding_;  // the fields of the columns, then the key's and the parent's
+    uint64_t bindingEpoch_ = 1;
     std::shared_ptr<const TSiblingPlaces> siblingPlaces_;
     friend class TcxTreeListNode;
 };
