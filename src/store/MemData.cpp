@@ -1,6 +1,7 @@
 #include "store/MemData.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -369,6 +370,11 @@ bool TdxMemData::SameSlot(const Slot& a, const Slot& b) {
 
 // ---- TdxMemData: fields and state -------------------------------------------------------------
 
+uint64_t TdxMemData::NextRowsVersion() {
+    static std::atomic<uint64_t> next{1};
+    return next.fetch_add(1, std::memory_order_relaxed);
+}
+
 TdxMemData::TdxMemData(std::string name) : name_(std::move(name)) {
     TField& rec = AddField("RecId", TFieldType::ftInteger, 0, TFieldKind::fkCalculated);
     rec.Visible = false;
@@ -594,6 +600,26 @@ std::vector<int> TdxMemData::VisibleRows() const {
 
 TCell TdxMemData::Cell(int row, int field) const {
     return SlotToCell(rows_.at(static_cast<size_t>(row)).cells.at(static_cast<size_t>(field)));
+}
+
+bool TdxMemData::SameCell(int row, int field, const TCell& value) const {
+    const Slot& s = rows_.at(static_cast<size_t>(row)).cells.at(static_cast<size_t>(field));
+    switch (s.kind) {
+        case SlotKind::None: return std::holds_alternative<std::monostate>(value);
+        case SlotKind::Int: {
+            const auto* v = std::get_if<int64_t>(&value);
+            return v && *v == s.i;
+        }
+        case SlotKind::Real: {
+            const auto* v = std::get_if<double>(&value);
+            return v && std::memcmp(v, &s.d, sizeof s.d) == 0;
+        }
+        case SlotKind::Text: {
+            const auto* v = std::get_if<std::string>(&value);
+            return v && std::string_view(*v) == s.Text();
+        }
+    }
+    return false;
 }
 
 int TdxMemData::CompareRowCells(const TField& field, int rowA, int rowB, bool ignoreCase) const {
@@ -1070,9 +1096,15 @@ void TdxMemData::SetFiltered(bool value) {
         filterList_.clear();
         isFiltered_ = false;
     }
-    DisableControls();
-    if (Active()) First();
-    EnableControls();
+    // The views hear of the new filter once, with the cursor already on its first row.
+    ++disableCount_;
+    try {
+        if (Active()) First();
+    } catch (...) {
+        --disableCount_;
+        throw;
+    }
+    --disableCount_;
     Notify(TDataEvent::DataSetChange);
 }
 

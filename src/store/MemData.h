@@ -255,6 +255,13 @@ public:
     // Read access for views, without moving the cursor.
     int RowCount() const { return static_cast<int>(rows_.size()); }  // all rows, whatever the filter
     int CurRec() const { return curRec_; }                             // zero-based, -1 for none
+    // Changes whenever a row is added, removed, moved or given another value (a row posted as
+    // it was is no change), and at every load and close: a view that saw the same version saw
+    // the same rows in the same order. Versions are drawn from one count for all tables, so no
+    // two tables, nor two states of one, ever share one.
+    uint64_t RowsVersion() const { return rowsVersion_; }
+    // Whether a row's cell holds exactly the value (the same kind and bits, or the same text).
+    bool SameCell(int row, int field, const TCell& value) const;
     std::vector<int> VisibleRows() const;                              // zero-based rows the filter shows
     TCell Cell(int row, int field) const;
     // Three-way compare of one field of two rows, as CompareCells, without copying their text.
@@ -336,7 +343,8 @@ private:
     static Slot ViewOf(const TCell& c);
     struct SortKey;
     // Rows were added, removed, reordered or rewritten: kept columns are out of date.
-    void RowsChanged() { ++rowsVersion_; }
+    void RowsChanged() { rowsVersion_ = NextRowsVersion(); }
+    static uint64_t NextRowsVersion();
     void WriteCurrentCell(TField& f, const TCell& value);
     void CheckBrowseMode();
     void PrepareMove();
@@ -367,7 +375,7 @@ private:
     std::vector<Row> rows_;
     TextStore text_;
     std::vector<int> filterList_;
-    uint64_t rowsVersion_ = 0;
+    uint64_t rowsVersion_ = NextRowsVersion();
     // Whether the rows, as they stand at stamp_.version, write the bytes of the file in stamp_.
     FileStamp stamp_;
     // A kept copy of one integer field, for FindIntegerRows.

@@ -700,6 +700,7 @@ void TdxMemData::LoadImage(TableFileImage image, const std::string* path, const 
 
 bool TdxMemData::FinishLoad() {
     loadFlag_ = false;
+    RowsChanged();
     lastBookmark_ = 0;
     for (Row& row : rows_) row.bookmark = ++lastBookmark_;
     const bool reordered = SortRows();

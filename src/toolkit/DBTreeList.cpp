@@ -33,6 +33,7 @@ bool TextIsInteger(const std::string& text, int64_t& out) {
 }  // namespace
 
 void TExpandedKeys::Set(const Variant& key, bool expanded) {
+    ++changes_;
     int64_t i = 0;
     if (key.type() == Variant::Type::Integer) {
         if (expanded) ints_.insert(key.AsInt64());
@@ -75,6 +76,7 @@ bool TcxTreeListNode::Focused() const { return tree_->FocusedNode() == this; }
 const std::string& TcxTreeListNode::Texts(int columnIndex) const {
     size_t c = static_cast<size_t>(columnIndex);
     if (c >= cells_.size()) return texts_.at(c);  // raises as an index out of range does
+    if (texts_.size() < cells_.size()) texts_.resize(cells_.size());
     if (!(made_[c] & 1)) {
         const TField* f = tree_->ColumnField(columnIndex);
         texts_[c] = f ? f->CellDisplayText(cells_[c]) : std::string();
@@ -86,6 +88,7 @@ const std::string& TcxTreeListNode::Texts(int columnIndex) const {
 const Variant& TcxTreeListNode::Values(int columnIndex) const {
     size_t c = static_cast<size_t>(columnIndex);
     if (c >= cells_.size()) return values_.at(c);
+    if (values_.size() < cells_.size()) values_.resize(cells_.size());
     if (!(made_[c] & 2)) {
         const TField* f = tree_->ColumnField(columnIndex);
         values_[c] = f ? f->CellToVariant(cells_[c]) : Variant();
@@ -249,8 +252,58 @@ TFontStyles TcxDBTreeList::CellStyle(TcxTreeListNode* node, TcxDBTreeListColumn&
 }
 
 void TcxDBTreeList::DataEvent(TdxMemData&, TDataEvent event, TField*) {
-    if (event == TDataEvent::DataSetChange) Rebuild();
-    else if (event == TDataEvent::DataSetScroll) SyncFocusToCursor();
+    if (event == TDataEvent::DataSetChange) {
+        TdxMemData* t = DataSet();
+        std::vector<int> shown;
+        if (t && t->Active()) shown = t->VisibleRows();
+        if (!BuiltFromMatches(shown)) {
+            Rebuild();
+            return;
+        }
+        // The same rows in the same order: the nodes stand. What a rebuild would still do is
+        // done here: texts made again when read, expanded states read again, the focus.
+        TBookmark focusedBookmark = focused_ ? focused_->bookmark_ : 0;
+        focused_ = nullptr;
+        const bool reExpand = builtFrom_.expandedChanges != expandedKeys_.Changes();
+        for (TcxTreeListNode* n : all_) {
+            std::fill(n->made_.begin(), n->made_.end(), 0);
+            if (reExpand) n->expanded_ = !n->key_.IsNull() && expandedKeys_.Has(n->key_);
+        }
+        builtFrom_.expandedChanges = expandedKeys_.Changes();
+        FocusAfterRebuild(focusedBookmark);
+    } else if (event == TDataEvent::DataSetScroll) {
+        SyncFocusToCursor();
+    }
+}
+
+void TcxDBTreeList::RecordBuiltFrom(std::vector<int> shown) {
+    TdxMemData* t = DataSet();
+    builtFrom_.valid = true;
+    builtFrom_.table = t;
+    builtFrom_.rowsVersion = t ? t->RowsVersion() : 0;
+    builtFrom_.fieldCount = t ? t->FieldCount() : 0;
+    builtFrom_.shown = std::move(shown);
+    builtFrom_.keyField = KeyField;
+    builtFrom_.parentField = ParentField;
+    builtFrom_.rootValue = RootValue;
+    builtFrom_.columns.clear();
+    for (const auto& c : columns_) builtFrom_.columns.emplace_back(c->FieldName(), c->SortOrder);
+    builtFrom_.expandedChanges = expandedKeys_.Changes();
+}
+
+bool TcxDBTreeList::BuiltFromMatches(const std::vector<int>& shown) const {
+    TdxMemData* t = DataSet();
+    // Only a tree built over an open table keeps its nodes: a closed one is rebuilt each time.
+    if (!builtFrom_.valid || !t || !t->Active() || builtFrom_.table != t) return false;
+    if (builtFrom_.rowsVersion != t->RowsVersion() || builtFrom_.fieldCount != t->FieldCount()) return false;
+    if (builtFrom_.keyField != KeyField || builtFrom_.parentField != ParentField ||
+        !(builtFrom_.rootValue == RootValue) || builtFrom_.columns.size() != columns_.size())
+        return false;
+    for (size_t i = 0; i < columns_.size(); ++i)
+        if (builtFrom_.columns[i].first != columns_[i]->FieldName() ||
+            builtFrom_.columns[i].second != columns_[i]->SortOrder)
+            return false;
+    return builtFrom_.shown == shown;
 }
 
 TcxTreeListNode& TcxDBTreeList::NodeOfBookmark(TBookmark bookmark) {
@@ -316,6 +369,16 @@ public:
         }
     }
 
+    // Whether keys are matched as integers (otherwise by their texts).
+    bool Ints() const { return ints_; }
+
+    // Each parent's rows, as filed.
+    template <class F>
+    void ForEachGroup(F&& f) {
+        for (auto& [key, rows] : byInt_) f(rows);
+        for (auto& [key, rows] : byText_) f(rows);
+    }
+
     // Takes the rows filed under a row's key away (each parent's rows are placed once).
     bool Take(int row, std::vector<int>& out) {
         const TCell& k = t_.Cell(row, key_.Index());
@@ -355,6 +418,7 @@ private:
 void TcxDBTreeList::Rebuild() {
     TBookmark focusedBookmark = focused_ ? focused_->bookmark_ : 0;
     focused_ = nullptr;
+    builtFrom_.valid = false;
     // Every node is detached until placed again; those not placed last time are detached already.
     for (TcxTreeListNode* node : all_) {
         node->parent_ = nullptr;
@@ -381,9 +445,19 @@ void TcxDBTreeList::Rebuild() {
             columnFields_.push_back(f ? f->Index() : -1);
         }
         const size_t columnCount = columns_.size();
+        const uint64_t rowsVersion = t->RowsVersion();
+        // Columns, key or parent bound anew: every node reads its cells again.
+        std::vector<int> binding = columnFields_;
+        binding.push_back(keyField->Index());
+        binding.push_back(parentField->Index());
+        if (binding != placedBinding_) {
+            placedBinding_ = std::move(binding);
+            ++bindingEpoch_;
+        }
 
         // Rows the table shows, grouped by their parent key.
         std::vector<int> shown = t->VisibleRows();
+        RecordBuiltFrom(shown);
         all_.reserve(shown.size());
         TParentIndex byParent(*t, *keyField, *parentField, shown);
         std::vector<int> rootRows;
@@ -397,9 +471,28 @@ void TcxDBTreeList::Rebuild() {
                 break;
             }
         TField* sortField = sortColumn ? t->FindField(sortColumn->FieldName()) : nullptr;
+        const bool desc = sortColumn && sortColumn->SortOrder == TcxSortOrder::soDescending;
+        // Rows shown in table order are ordered among their siblings by the places all rows of
+        // the table take among theirs, kept while the rows don't change: a new filter over the
+        // same rows compares no texts. The places are worked out when none are kept and the
+        // tree shows half the table or more, so that a narrow tree never pays for the whole.
+        const TSiblingPlaces* kept = nullptr;
+        if (sortField && std::adjacent_find(shown.begin(), shown.end(), std::greater_equal<int>()) == shown.end()) {
+            kept = FindSiblingPlaces(*keyField, *parentField, *sortField, desc, byParent.Ints());
+            if (!kept && shown.size() * 2 >= static_cast<size_t>(t->RowCount())) {
+                MakeSiblingPlaces(*keyField, *parentField, *sortField, desc);
+                kept = FindSiblingPlaces(*keyField, *parentField, *sortField, desc, byParent.Ints());
+            }
+        }
         auto sortRows = [&](std::vector<int>& rows) {
             if (!sortField || rows.size() < 2) return;
-            bool desc = sortColumn->SortOrder == TcxSortOrder::soDescending;
+            if (kept) {
+                const std::vector<uint32_t>& places = kept->place;
+                std::sort(rows.begin(), rows.end(), [&](int a, int b) {
+                    return places[static_cast<size_t>(a)] < places[static_cast<size_t>(b)];
+                });
+                return;
+            }
             std::stable_sort(rows.begin(), rows.end(), [&](int a, int b) {
                 int r = t->CompareRowCells(*sortField, a, b, true);
                 return desc ? r > 0 : r < 0;
@@ -425,24 +518,32 @@ void TcxDBTreeList::Rebuild() {
                     n->index_ = static_cast<int>(into.size());
                     n->row_ = row;
                     n->bookmark_ = bookmark;
-                    n->key_ = t->RowValue(row, *keyField);
-                    n->parentKey_ = t->RowValue(row, *parentField);
+                    // A node placed over the same version of the rows holds their values already.
+                    const bool current = n->rowsVersion_ == rowsVersion && n->bindingEpoch_ == bindingEpoch_ &&
+                                         n->cells_.size() == columnCount;
+                    if (!current) {
+                        n->key_ = t->RowValue(row, *keyField);
+                        n->parentKey_ = t->RowValue(row, *parentField);
+                    }
                     n->absoluteIndex_ = static_cast<int>(all_.size());
                     n->expanded_ = !n->key_.IsNull() && expandedKeys_.Has(n->key_);
                     // The cells as they stand now; texts and values are made again when read.
+                    // Room for texts and values is made when the first is read: most nodes of
+                    // a large tree are never drawn.
                     n->cells_.resize(columnCount);
-                    n->texts_.resize(columnCount);
-                    n->values_.resize(columnCount);
+                    if (n->texts_.size() > columnCount) n->texts_.resize(columnCount);
+                    if (n->values_.size() > columnCount) n->values_.resize(columnCount);
                     n->made_.assign(columnCount, 0);
-                    for (size_t c = 0; c < columnCount; ++c) {
+                    for (size_t c = 0; c < columnCount && !current; ++c) {
                         int f = columnFields_[c];
                         if (f < 0) {
                             n->cells_[c] = TCell{};
                             continue;
                         }
-                        const TCell& now = t->Cell(row, f);
-                        if (!(n->cells_[c] == now)) n->cells_[c] = now;
+                        if (!t->SameCell(row, f, n->cells_[c])) n->cells_[c] = t->Cell(row, f);
                     }
+                    n->rowsVersion_ = rowsVersion;
+                    n->bindingEpoch_ = bindingEpoch_;
                     rowToNode_[static_cast<size_t>(row)] = n;
                     into.push_back(n);
                     all_.push_back(n);
@@ -454,7 +555,77 @@ void TcxDBTreeList::Rebuild() {
             };
         place(rootRows, nullptr, roots_);
     }
+    FocusAfterRebuild(focusedBookmark);
+}
 
+namespace {
+
+// The places last made, by any tree: a tree made anew over rows that another tree has ordered
+// (the chooser's, or the pane's before the explorer closed) takes them as they are.
+std::vector<std::shared_ptr<const TcxDBTreeList::TSiblingPlaces>>& SharedSiblingPlaces() {
+    static std::vector<std::shared_ptr<const TcxDBTreeList::TSiblingPlaces>> kept;
+    return kept;
+}
+constexpr size_t kSharedSiblingPlaces = 4;
+
+}  // namespace
+
+bool TcxDBTreeList::SiblingPlacesFit(const TSiblingPlaces* p, const TField& key, const TField& parent,
+                                     const TField& sort, bool desc, bool ints) const {
+    const TdxMemData* t = DataSet();
+    return p && p->valid && p->rowsVersion == t->RowsVersion() && p->fieldCount == t->FieldCount() &&
+           p->keyField == key.Index() && p->parentField == parent.Index() && p->sortField == sort.Index() &&
+           p->desc == desc && p->ints == ints && p->rootValue == RootValue &&
+           p->place.size() == static_cast<size_t>(t->RowCount());
+}
+
+const TcxDBTreeList::TSiblingPlaces* TcxDBTreeList::FindSiblingPlaces(const TField& key, const TField& parent,
+                                                                      const TField& sort, bool desc, bool ints) {
+    if (SiblingPlacesFit(siblingPlaces_.get(), key, parent, sort, desc, ints)) return siblingPlaces_.get();
+    for (const auto& p : SharedSiblingPlaces())
+        if (SiblingPlacesFit(p.get(), key, parent, sort, desc, ints)) {
+            siblingPlaces_ = p;
+            return p.get();
+        }
+    return nullptr;
+}
+
+void TcxDBTreeList::MakeSiblingPlaces(const TField& key, const TField& parent, const TField& sort, bool desc) {
+    TdxMemData* t = DataSet();
+    auto p = std::make_shared<TSiblingPlaces>();
+    std::vector<int> all(static_cast<size_t>(t->RowCount()));
+    for (size_t i = 0; i < all.size(); ++i) all[i] = static_cast<int>(i);
+    TParentIndex byParent(*t, key, parent, all);
+    std::vector<int> roots;
+    byParent.Add(all, RootValue, roots);
+    p->place.assign(all.size(), 0);
+    auto order = [&](std::vector<int>& rows) {
+        // As a rebuild orders the siblings it shows: by the column, ties in table order.
+        std::stable_sort(rows.begin(), rows.end(), [&](int a, int b) {
+            int r = t->CompareRowCells(sort, a, b, true);
+            return desc ? r > 0 : r < 0;
+        });
+        for (size_t i = 0; i < rows.size(); ++i) p->place[static_cast<size_t>(rows[i])] = static_cast<uint32_t>(i);
+    };
+    order(roots);
+    byParent.ForEachGroup(order);
+    p->valid = true;
+    p->rowsVersion = t->RowsVersion();
+    p->fieldCount = t->FieldCount();
+    p->keyField = key.Index();
+    p->parentField = parent.Index();
+    p->sortField = sort.Index();
+    p->desc = desc;
+    p->ints = byParent.Ints();
+    p->rootValue = RootValue;
+    siblingPlaces_ = p;
+    auto& shared = SharedSiblingPlaces();
+    shared.insert(shared.begin(), siblingPlaces_);
+    if (shared.size() > kSharedSiblingPlaces) shared.pop_back();
+}
+
+void TcxDBTreeList::FocusAfterRebuild(TBookmark focusedBookmark) {
+    TdxMemData* t = DataSet();
     // The same row keeps its focus quietly; another row focused is a change.
     TcxTreeListNode* now = nullptr;
     if (t && t->Active() && t->RecordCount() > 0) now = NodeOfRow(t->CurRec());

@@ -27,8 +27,10 @@ class TExpandedKeys {
 public:
     void Set(const Variant& key, bool expanded);
     bool Has(const Variant& key) const;
+    uint64_t Changes() const { return changes_; }  // grows at every Set
 
 private:
+    uint64_t changes_ = 0;
     std::unordered_set<int64_t> ints_;
     std::unordered_set<std::string> texts_;
 };
@@ -99,6 +101,9 @@ private:
     mutable std::vector<std::string> texts_;
     mutable std::vector<Variant> values_;
     mutable std::vector<uint8_t> made_;  // per column: 1 text made, 2 value made
+    // The version of the rows and the tree's binding when the cells and keys were last read.
+    uint64_t rowsVersion_ = 0;
+    uint64_t bindingEpoch_ = 0;
 };
 
 // Font style of a drawn cell.
@@ -183,7 +188,11 @@ public:
     int NodeImageIndex(TcxTreeListNode* node);
     TFontStyles CellStyle(TcxTreeListNode* node, TcxDBTreeListColumn& column);
 
-    // Rebuilds the nodes from the table now (the table tells the tree when it must).
+    // Rebuilds the nodes from the table now (the table tells the tree when it must). When the
+    // table tells of a change that leaves the rows shown, their values and their order as the
+    // tree last built them, the nodes stay as they are: only their texts are made again when
+    // read, their expanded state is read again, and the focus follows the cursor as after a
+    // rebuild.
     void Rebuild();
 
     void DataEvent(TdxMemData& table, TDataEvent event, TField* field) override;
@@ -198,6 +207,44 @@ private:
     void SyncFocusToCursor();
     void SetFocused(TcxTreeListNode* node);
     TcxTreeListNode* NodeOfRow(int row) const;
+    // What the nodes were last built from; Matches tells whether the table and the tree's
+    // settings still give the same nodes.
+    struct TBuiltFrom {
+        bool valid = false;
+        const TdxMemData* table = nullptr;
+        uint64_t rowsVersion = 0;
+        int fieldCount = 0;
+        std::vector<int> shown;
+        std::string keyField, parentField;
+        Variant rootValue;
+        std::vector<std::pair<std::string, TcxSortOrder>> columns;
+        uint64_t expandedChanges = 0;
+    };
+    void RecordBuiltFrom(std::vector<int> shown);
+    bool BuiltFromMatches(const std::vector<int>& shown) const;
+    // After the nodes were placed: the node of the cursor's row is focused; the same row keeps
+    // its focus quietly, another is a change.
+    void FocusAfterRebuild(TBookmark focusedBookmark);
+public:
+    // Each row's place among all the table's rows of its parent (shown or not), by the sorted
+    // column, ties in table order; kept while the rows stay as they are, and shared by the trees
+    // over the same rows (a version of the rows belongs to one table alone).
+    struct TSiblingPlaces {
+        bool valid = false;
+        uint64_t rowsVersion = 0;
+        int fieldCount = 0, keyField = -1, parentField = -1, sortField = -1;
+        bool desc = false, ints = false;
+        Variant rootValue;
+        std::vector<uint32_t> place;  // by row
+    };
+
+private:
+    bool SiblingPlacesFit(const TSiblingPlaces* p, const TField& key, const TField& parent, const TField& sort,
+                          bool desc, bool ints) const;
+    // The places that fit, kept by this tree or another; nullptr when none.
+    const TSiblingPlaces* FindSiblingPlaces(const TField& key, const TField& parent, const TField& sort, bool desc,
+                                           bool ints);
+    void MakeSiblingPlaces(const TField& key, const TField& parent, const TField& sort, bool desc);
     // The field of a column as the tree last followed the table; nullptr when it has none.
     const TField* ColumnField(int column) const;
     // The one node object of a bookmark, made when first asked for.
@@ -217,5 +264,9 @@ private:
     std::vector<std::unique_ptr<TcxTreeListNode>> byBookmark_;  // nodes of the bookmarks below 2^24
     std::vector<int> columnFields_;                 // per column: its field's index, -1 for none
     std::vector<TcxTreeListNode*> rowToNode_;  // by the table's row index
+    TBuiltFrom builtFrom_;
+    std::vector<int> placedBinding_;  // the fields of the columns, then the key's and the parent's
+    uint64_t bindingEpoch_ = 1;
+    std::shared_ptr<const TSiblingPlaces> siblingPlaces_;
     friend class TcxTreeListNode;
 };

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -576,6 +577,46 @@ TEST(MemData, ObserversHearNothingWhileControlsAreDisabled) {
     t->Next();
     EXPECT_NE(std::find(r.events.begin(), r.events.end(), TDataEvent::RecordChange), r.events.end());
     EXPECT_EQ(r.events.back(), TDataEvent::DataSetScroll);
+    t->RemoveObserver(&r);
+}
+
+// A view rebuilds when told of a change; a filter switched on or off tells it once, and the
+// rows' version, by which a view knows whether what it shows could differ, moves only when a
+// row really changed.
+TEST(MemData, AFilterChangeTellsOnceAndOnlyRealChangesMoveTheRowsVersion) {
+    auto t = Tasks();
+    Recorder r;
+    t->AddObserver(&r);
+    t->Open();
+    AddTask(*t, "a");
+    AddTask(*t, "b");
+    r.events.clear();
+    t->SetProgrammedFilter(true);
+    t->FilterList() = {2};
+    t->SetFiltered(true);
+    EXPECT_EQ(std::count(r.events.begin(), r.events.end(), TDataEvent::DataSetChange), 1);
+    EXPECT_EQ(t->FieldByName("Description").AsString(), "b");
+    r.events.clear();
+    t->SetFiltered(false);
+    EXPECT_EQ(std::count(r.events.begin(), r.events.end(), TDataEvent::DataSetChange), 1);
+
+    const uint64_t v = t->RowsVersion();
+    t->First();
+    t->Edit();
+    t->Post();  // as each pane's close does
+    t->Edit();
+    t->FieldByName("Description").SetAsString("a");  // the same text written again
+    t->Post();
+    EXPECT_EQ(t->RowsVersion(), v);
+    t->Edit();
+    t->FieldByName("Description").SetAsString("A");
+    t->Post();
+    EXPECT_GT(t->RowsVersion(), v);
+    const uint64_t changed = t->RowsVersion();
+    std::string bytes;
+    t->SaveToStream(bytes);
+    t->LoadFromStream(bytes);
+    EXPECT_GT(t->RowsVersion(), changed);
     t->RemoveObserver(&r);
 }
 

@@ -264,3 +264,140 @@ TEST(TreeKeys, AParentKeyHeldAsTextFindsTheRowWhoseKeyReadsTheSame) {
     EXPECT_EQ(tree.AbsoluteItems(1)->Texts(0), "Child");
     EXPECT_EQ(tree.AbsoluteItems(1)->Level(), 1);
 }
+
+namespace {
+
+// A tree over the fixture's table made afresh, with the same columns.
+std::string FreshDump(TDataSource& ds, bool expandAll = false) {
+    TcxDBTreeList t("fresh");
+    auto& d = t.CreateColumn("cl1Description", "Description");
+    d.SortOrder = TcxSortOrder::soAscending;
+    t.CreateColumn("cl1DueDate", "Due_Date");
+    t.CreateColumn("cl1Number", "Number", false);
+    t.SetDataSource(&ds);
+    if (expandAll) t.FullExpand();
+    return Dump(t);
+}
+
+// The same from a copy of the table's rows and filter: a tree that shares nothing kept with
+// the trees over the table itself.
+std::string CopyDump(TdxMemData& table) {
+    std::unique_ptr<TdxMemData> copy = MakeTable("Tasks");
+    std::string bytes;
+    table.SaveToStream(bytes);
+    copy->LoadFromStream(bytes);
+    if (table.Filtered()) {
+        copy->SetProgrammedFilter(true);
+        copy->FilterList() = table.FilterList();
+        copy->SetFiltered(true);
+    }
+    TDataSource ds{"copy", copy.get()};
+    return FreshDump(ds);
+}
+
+void ShowPositions(TdxMemData& table, std::vector<int> positions) {
+    table.SetProgrammedFilter(false);
+    table.SetFiltered(false);
+    table.SetProgrammedFilter(true);
+    table.FilterList() = std::move(positions);
+    table.SetFiltered(true);
+}
+
+}  // namespace
+
+// A user widens and narrows the completed-task view over many siblings whose names differ only
+// in case or not at all: each view is ordered as a tree made afresh orders it, whether the tree
+// kept its places among siblings from a wider view or not.
+TEST_F(TreeFixture, SiblingsKeepTheirOrderAcrossWideAndNarrowViewsOfTheSameRows) {
+    int root = Add("Clients", -1, 1);
+    const char* names[] = {"beta", "Alpha", "alpha", "Beta", "Gamma", "alpha", "delta", "Delta", "ALPHA", "gamma"};
+    for (int i = 0; i < 10; ++i) {
+        int child = Add(names[i], root, i + 1);
+        if (i % 3 == 0) Add(names[9 - i], child, 1);
+    }
+    Add("Admin", -1, 2);
+    const int rows = table->RowCount();
+    // A tree that shows fewer than half the rows orders them itself; more, and the places
+    // among all siblings are kept. The narrow views here are under half.
+    std::vector<int> all, odd, wide;
+    for (int p = 1; p <= rows; ++p) {
+        all.push_back(p);
+        if (p % 3 == 1) odd.push_back(p);
+        if (p % 5 != 0) wide.push_back(p);
+    }
+    ASSERT_LT(odd.size() * 2, static_cast<size_t>(rows));
+    auto check = [&](const char* step) {
+        SCOPED_TRACE(step);
+        EXPECT_EQ(Dump(tree), FreshDump(ds));
+        EXPECT_EQ(Dump(tree), CopyDump(*table));
+    };
+    ShowPositions(*table, wide);
+    check("four rows in five");
+    ShowPositions(*table, odd);
+    check("every third row");
+    ShowPositions(*table, all);
+    check("every row");
+    // Case makes no order: names equal but for case stand in table order.
+    EXPECT_EQ(Shape(), "Admin;Clients;.Alpha;.alpha;.alpha;.ALPHA;.beta;..gamma;.Beta;..delta;.delta;..Beta;"
+                       ".Delta;.Gamma;.gamma;..beta;");
+    ShowPositions(*table, {});
+    check("nothing");
+    ShowPositions(*table, {1, 12, 2, 5, 3, 7});
+    check("a list out of table order");
+    ShowPositions(*table, all);
+
+    // A rename among the siblings: the next narrow view orders the new name.
+    table->Locate("ID", Variant(root + 2));
+    table->Edit();
+    table->FieldByName("Description").SetAsString("Zulu");
+    table->Post();
+    check("after a rename");
+    ShowPositions(*table, odd);
+    check("every third row after the rename");
+    Add("aardvark", root, 11);
+    ShowPositions(*table, wide);
+    check("a new row, then four rows in five");
+}
+
+// Closing a pane posts the row in edit as it was: the tree keeps its nodes, focus and expanded
+// state and tells no focus change; a post that changes a value shows it.
+TEST_F(TreeFixture, APostThatChangesNothingLeavesTheTreeAsItWasAndAChangeShows) {
+    int a = Add("Acme", -1, 1);
+    int a1 = Add("Audit", a, 1);
+    Add("Lease", a, 2);
+    int b = Add("Borealis", -1, 2);
+    tree.FullExpand();
+    table->Locate("ID", Variant(a1));
+    TcxTreeListNode* focused = tree.FocusedNode();
+    ASSERT_TRUE(focused);
+    const std::string before = Dump(tree);
+    std::vector<TcxTreeListNode*> shown = tree.VisibleNodes();
+    changes.clear();
+
+    table->Edit();
+    table->Post();
+    table->Refresh();
+    EXPECT_EQ(Dump(tree), before);
+    EXPECT_EQ(tree.VisibleNodes(), shown);
+    EXPECT_EQ(tree.FocusedNode(), focused);
+    EXPECT_TRUE(changes.empty());
+    EXPECT_EQ(Dump(tree), FreshDump(ds, true));
+
+    // A collapse while nothing else changes stays after the next notice; a real change shows.
+    tree.FindNodeByKeyValue(Variant(a))->Collapse(false);
+    table->Refresh();
+    EXPECT_EQ(tree.VisibleNodes().size(), 2u);
+    table->Edit();
+    table->FieldByName("Description").SetAsString("Zeta");
+    table->Post();
+    EXPECT_EQ(tree.FindNodeByKeyValue(Variant(a1))->Texts(0), "Zeta");
+    EXPECT_EQ(tree.FocusedNode()->KeyValue().AsInteger(), a1);
+    EXPECT_TRUE(changes.empty());  // the same row stays focused
+
+    // The cursor moved while the views rested: the tree focuses the new row at the notice.
+    table->DisableControls();
+    table->Locate("ID", Variant(b));
+    table->EnableControls();
+    ASSERT_EQ(changes.size(), 1u);
+    EXPECT_EQ(changes[0].second, b);
+}
