@@ -333,10 +333,15 @@ void TWindowInput::Act(TControl& control, std::initializer_list<const char*> mai
     if (sent && made == 1) {
         ++delivered_;
     } else {
-        ++headless_;
+        Headless(control);
         direct();
     }
     RefreshAll();
+}
+
+void TWindowInput::Headless(const TControl& control) {
+    ++headless_;
+    ++headlessControls_[(control.Owner() ? control.Owner()->Name() + "." : std::string()) + control.Name()];
 }
 
 void TWindowInput::Click(TControl& control) {
@@ -363,7 +368,7 @@ void TWindowInput::Click(TControl& control) {
 
 // A double click on a control that is neither tree nor grid has no view that tells it apart.
 void TWindowInput::DblClick(TControl& control) {
-    ++headless_;
+    Headless(control);
     TDirectInput::DblClick(control);
 }
 

@@ -9,6 +9,7 @@
 // caller as it does headless. The windows are brought up to date before and after each action.
 #include <windows.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -34,6 +35,8 @@ public:
     // How the actions went so far: as messages to the windows, or on the headless controls.
     int Delivered() const { return delivered_; }
     int Headless() const { return headless_; }
+    // The controls whose actions went to the headless controls ("FORM.CONTROL"), with how many.
+    const std::map<std::string, int>& HeadlessControls() const { return headlessControls_; }
 
 private:
     // One action: deliver sends the messages (false when the control has no window to take
@@ -41,8 +44,11 @@ private:
     template <class Deliver, class Direct>
     void Act(TControl& control, std::initializer_list<const char*> main, Deliver deliver, Direct direct);
 
+    void Headless(const TControl& control);
+
     int delivered_ = 0;
     int headless_ = 0;
+    std::map<std::string, int> headlessControls_;
 };
 
 // The window of a control shown by its form's window, ready for input (visible and enabled);
