@@ -4,11 +4,23 @@
 // back to the caller as it does headless.
 #include "WinUiFixture.h"
 
+#include <ole2.h>
+
+#include <algorithm>
+
+#include "filing/ufmContacts.h"
 #include "win/ui/Input.h"
+#include "win/ui/ScriptWindows.h"
 
 namespace {
 
 std::string Text(HWND h) { return win::ui::WindowText(h); }
+
+// The menu the system pops up, as a script host sees it.
+struct TPoppedUp : IPopupHost {
+    void ShowPopup(TPopupMenu& menu, int, int) override { shown = &menu; }
+    TPopupMenu* shown = nullptr;
+};
 
 }  // namespace
 
@@ -95,4 +107,65 @@ TEST_F(WinUiTest, WithoutAWindowTheActionIsHeadlessAndAHandlersFailureReachesThe
     input.Click(Memo().BitBtn2);
     EXPECT_FALSE(Memo().Visible());
     EXPECT_EQ(input.Delivered(), 2);
+}
+
+TEST_F(WinUiTest, AScriptedDragFromOutlookFocusesTheTaskUnderItAndTheDropOpensTheMenu) {
+    OleInitialize(nullptr);
+    PaneWindow(Pane(), 980, 0, 300, 800);
+    Tree().FullExpand();
+    TDMTextTarget* target = nullptr;
+    for (TComponent* c : Pane().Components())
+        if (auto* t = dynamic_cast<TDMTextTarget*>(c); t && t->AcceptorControl == &Tree()) target = t;
+    ASSERT_NE(target, nullptr);
+    auto line = [&](int id) {
+        std::vector<TcxTreeListNode*> shown = Tree().VisibleNodes();
+        return static_cast<int>(std::find(shown.begin(), shown.end(), Node(id)) - shown.begin());
+    };
+    TPoppedUp menus;
+    IPopupHost* previous = SetPopupHost(&menus);
+    win::ui::TWindowInput input;
+
+    input.DragOver(Tree(), *target, line(borealis));
+    EXPECT_EQ(Tree().FocusedNode(), Node(borealis));
+    input.Drop(Tree(), *target, line(borealis));
+    ASSERT_NE(menus.shown, nullptr);
+    EXPECT_EQ(menus.shown->Owner(), &Pane());
+    EXPECT_EQ(input.Delivered(), 2);
+    EXPECT_EQ(input.Headless(), 0);
+    SetPopupHost(previous);
+}
+
+TEST_F(WinUiTest, ATabChosenByTheScriptTurnsThePageAndTheTabStrip) {
+    m().adxOlFormsManager1.ActivatePane(4);
+    auto& contacts = static_cast<TfmContacts&>(*m().adxOlFormsManager1.Items(4).CurrentForm());
+    win::ui::TFormWindow& pane = PaneWindow(contacts, 0, 500, 980, 300);
+    ASSERT_EQ(contacts.tcxPageControl3.ActivePageIndex(), 0);
+    win::ui::TWindowInput input;
+
+    input.ClickItem(contacts.tcxPageControl3, 1);
+    EXPECT_EQ(contacts.tcxPageControl3.ActivePageIndex(), 1);
+    HWND tabs = FindWindowExW(pane.ControlHandle(contacts.tcxPageControl3), nullptr, WC_TABCONTROLW, nullptr);
+    EXPECT_EQ(SendMessageW(tabs, TCM_GETCURSEL, 0, 0), 1);
+    EXPECT_TRUE(IsWindowVisible(pane.ControlHandle(contacts.cxTabSheet4)));
+    EXPECT_EQ(input.Delivered(), 1);
+}
+
+TEST_F(WinUiTest, ADialogShownDuringAScriptHasAWindowOwnedByTheExplorerUntilItIsHidden) {
+    win::ui::TScriptWindows dialogs;
+    Memo().Show();
+    // No pane is drawn: the host draws nothing, and the dialog gets no window.
+    dialogs.Sync(Dialogs(), {&Pane()});
+    EXPECT_EQ(win::ui::FindFormWindow(Memo()), nullptr);
+
+    PaneWindow(Pane(), 980, 0, 300, 800);
+    dialogs.Sync(Dialogs(), {&Pane()});
+    win::ui::TFormWindow* window = win::ui::FindFormWindow(Memo());
+    ASSERT_NE(window, nullptr);
+    EXPECT_TRUE(IsWindowVisible(window->Handle()));
+    EXPECT_EQ(GetWindow(window->Handle(), GW_OWNER), explorer);
+    EXPECT_EQ(Text(window->Handle()), Memo().Caption());
+
+    Memo().Close();
+    dialogs.Sync(Dialogs(), {&Pane()});
+    EXPECT_EQ(win::ui::FindFormWindow(Memo()), nullptr);
 }
