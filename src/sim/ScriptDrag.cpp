@@ -46,7 +46,7 @@ void TScriptHost::CmdDrag(const Words& a) {
     DropSite site = ResolveDropSite(a[0]);
     for (size_t i = 1; i < a.size(); ++i) {
         TcxTreeListNode* node = ResolvePath(*site.tree, a[0], a[i]);
-        site.target->DoDragOver(0, LineOf(*site.tree, node, a[0], a[i]));
+        input_->DragOver(*site.tree, *site.target, LineOf(*site.tree, node, a[0], a[i]));
     }
 }
 
@@ -55,7 +55,7 @@ void TScriptHost::CmdDrop(const Words& a) {
     DropSite site = ResolveDropSite(a[0]);
     TcxTreeListNode* node = ResolvePath(*site.tree, a[0], a[1]);
     shownMenu_ = nullptr;
-    site.target->DoDrop(0, LineOf(*site.tree, node, a[0], a[1]));
+    input_->Drop(*site.tree, *site.target, LineOf(*site.tree, node, a[0], a[1]));
 }
 
 void TScriptHost::ShowPopup(TPopupMenu& menu, int, int) {
@@ -108,10 +108,7 @@ void TScriptHost::CmdDragNode(const Words& a) {
     if (!node) throw EScriptError("dragnode needs a node to drag, not none");
     TcxTreeListNode* onto = ResolvePath(*tree, a[0], a[2]);
     RequireReachable(control, a[0], "drag in");
-    // The tree asks the form whether the pointer's place takes the drop; a node moves only
-    // onto another node.
-    if (!tree->DragOver(LineOf(*tree, onto, a[0], a[2])) || !onto) return;
-    tree->MoveNode(node, onto);
+    input_->DragNode(*tree, node, onto, LineOf(*tree, onto, a[0], a[2]));
 }
 
 }  // namespace sim

@@ -463,7 +463,7 @@ void TScriptHost::CmdClick(const Words& a) {
         if (a.size() != 2) throw EScriptError("a click on " + a[0] + " needs a node PATH, or none for the empty space");
         TcxTreeListNode* node = ResolvePath(*tree, a[0], a[1]);
         RequireReachable(control, a[0], "click");
-        tree->UserClickNode(node);
+        input_->ClickNode(*tree, node, false);
         return;
     }
     if (auto* view = dynamic_cast<TcxGridDBTableView*>(&control)) {
@@ -476,11 +476,11 @@ void TScriptHost::CmdClick(const Words& a) {
         if (!hasItems) throw EScriptError(a[0] + " has no items to click");
         if (index < 0) throw EScriptError(a[0] + " has no item " + QuoteWord(a[1]));
         RequireReachable(control, a[0], "click");
-        control.UserClickItem(index);
+        input_->ClickItem(control, index);
         return;
     }
     RequireReachable(control, a[0], "click");
-    control.UserClick();
+    input_->Click(control);
 }
 
 void TScriptHost::CmdDblClick(const Words& a) {
@@ -493,7 +493,7 @@ void TScriptHost::CmdDblClick(const Words& a) {
             throw EScriptError("a double click on " + a[0] + " needs a node PATH, or none for the empty space");
         TcxTreeListNode* node = ResolvePath(*tree, a[0], a[1]);
         RequireReachable(control, a[0], "double-click");
-        tree->UserDblClickNode(node);
+        input_->ClickNode(*tree, node, true);
         return;
     }
     if (auto* view = dynamic_cast<TcxGridDBTableView*>(&control)) {
@@ -502,7 +502,7 @@ void TScriptHost::CmdDblClick(const Words& a) {
     }
     if (a.size() != 1) throw EScriptError(a[0] + " is no tree: a double click takes no PATH");
     RequireReachable(control, a[0], "double-click");
-    control.UserDblClick();
+    input_->DblClick(control);
 }
 
 void TScriptHost::CmdFocus(const Words& a) {
@@ -513,7 +513,7 @@ void TScriptHost::CmdFocus(const Words& a) {
     if (auto* tree = dynamic_cast<TcxDBTreeList*>(&control)) {
         TcxTreeListNode* node = a.size() == 2 ? ResolvePath(*tree, a[0], a[1]) : nullptr;
         RequireReachable(control, a[0], "focus");
-        tree->UserFocusNode(node);
+        input_->FocusNode(*tree, node);
         return;
     }
     if (auto* view = dynamic_cast<TcxGridDBTableView*>(&control)) {
@@ -523,7 +523,7 @@ void TScriptHost::CmdFocus(const Words& a) {
     if (a.size() != 1) throw EScriptError(a[0] + " is no tree: focus takes no PATH");
     RequireReachable(control, a[0], "focus");
     if (!control.TakesFocus()) throw EScriptError("cannot focus " + a[0] + ": it takes no focus");
-    control.UserFocus();
+    input_->Focus(control);
 }
 
 void TScriptHost::CmdCall(const Words& a) {
@@ -553,7 +553,7 @@ void TScriptHost::CmdSet(const Words& a) {
         throw EScriptError("not a date: " + QuoteWord(a[1]) + " (YYYY-MM-DD)");
     if (dynamic_cast<TCurrencyEdit*>(&control) && !toolkit::Trimmed(a[1]).empty() && !toolkit::ReadDecimal(a[1]))
         throw EScriptError("not a number: " + QuoteWord(a[1]));
-    control.UserEdit(a[1]);
+    input_->Edit(control, a[1]);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -24,14 +24,13 @@ void TScriptHost::ClickRecord(TcxGridDBTableView& view, const Words& a, bool twi
                            " needs a record KEY, or none for the empty space");
     int index = ResolveRecord(view, a[0], a[1]);
     RequireReachable(view, a[0], action);
-    if (twice) view.UserDblClickRecord(index);
-    else view.UserClickRecord(index);
+    input_->ClickRecord(view, index, twice);
 }
 
 void TScriptHost::FocusRecord(TcxGridDBTableView& view, const Words& a) {
     int index = a.size() == 2 ? ResolveRecord(view, a[0], a[1]) : -1;
     RequireReachable(view, a[0], "focus");
-    view.UserFocusRecord(index);
+    input_->FocusRecord(view, index);
 }
 
 TcxGridDBTableView& TScriptHost::ViewOf(const std::string& target) {
@@ -157,7 +156,7 @@ void TScriptHost::CmdTab(const Words& a) {
         throw EScriptError(a[0] + " has no page " + word + " (it has " + std::to_string(pages->PageCount()) + ")");
     if (!pages->Pages(index).Visible()) throw EScriptError("cannot switch " + a[0] + " to page " + word + ": it is hidden");
     RequireReachable(*pages, a[0], "switch");
-    pages->UserClickItem(index);
+    input_->ClickItem(*pages, index);
 }
 
 }  // namespace sim

@@ -36,6 +36,7 @@
 
 #include "sim/ScriptLexer.h"
 #include "sim/SimServices.h"
+#include "sim/UserInput.h"
 #include "toolkit/Forms.h"
 #include "toolkit/Menus.h"
 
@@ -96,6 +97,10 @@ public:
     // goes to this host's output. Raises EScriptError for the script's mistakes; the system's own
     // failures pass to the caller.
     void RunOn(TAddInModule& module, bool running, const std::vector<std::string>& words);
+
+    // Where the user's actions end, once checked (null: on the headless controls). The input
+    // must outlive the host or be taken back first.
+    void SetUserInput(IUserInput* input) { input_ = input ? input : &direct_; }
 
 private:
     // corvelle-winhost's host plays the add-in's side through COM, from its own Execute.
@@ -230,6 +235,8 @@ private:
     TPopupMenu* shownMenu_ = nullptr;  // the menu popped up and not yet closed
     std::map<std::string, uintmax_t> logSizes_;  // the day logs at the start and their sizes
     std::vector<TForm*> extraForms_;              // AddForm
+    TDirectInput direct_;
+    IUserInput* input_ = &direct_;
 };
 
 // Text of a value for `get` and the like: null, true/false, numbers, strings, dates as

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Saves the explorer window with the add-in's panes as PNG files: corvelle-winhost --window runs
 # screenshots.csim in the folder OUT (emptied first), in a fresh add-in folder with the shipped
-# files. Each file the script names must come out as a PNG.
+# files. Each file the script names must come out as a PNG, and the script's user actions must
+# have gone to the windows as input.
 #
 #   screenshots.sh WINE HOST SCRIPT OUT RESOURCES
 set -euo pipefail
@@ -21,6 +22,12 @@ if ! CORVELLE_TMP=$(winpath "$out/tmp") wine_run "$host" --window --dir "$(winpa
   exit 1
 fi
 rm -rf "$out/addin" "$out/tmp"
+# The script's clicks and typing reached the panes and the dialog as the windows' input.
+if ! grep -Eq '^INPUT windows=[1-9][0-9]* headless=' "$out/transcript.txt"; then
+  grep '^INPUT' "$out/transcript.txt" || true
+  echo "FAIL: no user action of the script went to the windows as input"
+  exit 1
+fi
 for f in $(sed -n 's/^screenshot \([^ ]*\).*/\1/p' "$script"); do
   if [ "$(head -c 8 "$out/$f" 2>/dev/null | od -An -tx1 | tr -d ' \n')" != "89504e470d0a1a0a" ]; then
     echo "FAIL: $f is no PNG"

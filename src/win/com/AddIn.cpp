@@ -95,6 +95,7 @@ public:
         UnadviseApplicationEvents();
         panes_.reset();
         if (desktop_) win::ui::UninstallOutlookDesktop();
+        if (bridge_) bridge_->ReleaseWindows();
         // The module goes first, while the bridge that serves it is still there.
         module_.reset();
         bridge_.reset();
@@ -241,6 +242,7 @@ public:
         try {
             if (!module_) return S_OK;
             beganShutdown_ = true;
+            if (bridge_) bridge_->ReleaseWindows();
             // The explorer's forms close (and save) while the tables are still there.
             if (panes_) panes_->Stop();
             module_->OnBeginShutdown();
@@ -252,6 +254,7 @@ public:
 
     void Quit() {
         quit_ = true;
+        if (bridge_) bridge_->ReleaseWindows();
         if (module_) module_->adxOutlookAppEvents1.DoQuit();
     }
 

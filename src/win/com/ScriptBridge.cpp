@@ -5,9 +5,22 @@
 
 #include "base/Exceptions.h"
 #include "base/Guard.h"
+#include "filing/ufmAppointments.h"
+#include "filing/ufmContacts.h"
+#include "filing/ufmEmails.h"
+#include "filing/ufmNotes.h"
 #include "host/AddinModule.h"
 #include "platform/TraceClient.h"
 #include "sim/ScriptHost.h"
+#include "support/ufmAbout.h"
+#include "support/ufmOptions.h"
+#include "tasks/ufmAddTask.h"
+#include "tasks/ufmList.h"
+#include "tasks/ufmNewTask.h"
+#include "time/ufmChooseTask.h"
+#include "time/ufmTime.h"
+#include "time/ufmTimeMemo.h"
+#include "time/ufmTimer.h"
 #include "toolkit/Menus.h"
 #include "win/bind/OleExcel.h"
 #include "win/platform/WinServices.h"
@@ -181,6 +194,8 @@ TScriptBridge::TScriptBridge(TComPtr<ICorvelleScriptHost> host)
       buffer_(std::make_unique<THostBuffer>(host_.Get())),
       out_(std::make_unique<std::ostream>(buffer_.get())) {
     previousModalHost_ = SetModalHost(this);
+    // The forms' timers tick when the script says so.
+    ui::SetFormTimersRun(false);
 }
 
 // The commands' own host, in the add-in's folder, made when the first command comes (after the
@@ -196,6 +211,7 @@ sim::TScriptHost& TScriptBridge::Script() {
             dir = slash == std::string::npos ? std::string() : file.substr(0, slash);
         });
         script_ = std::make_unique<sim::TScriptHost>(dir, *out_);
+        script_->SetUserInput(&input_);
         previousPopupHost_ = SetPopupHost(script_.get());
     }
     return *script_;
@@ -204,6 +220,7 @@ sim::TScriptHost& TScriptBridge::Script() {
 TScriptBridge::~TScriptBridge() {
     if (script_) SetPopupHost(previousPopupHost_);
     script_.reset();
+    windows_.Release();
     SetModalHost(previousModalHost_);
 }
 
@@ -233,7 +250,19 @@ HRESULT TScriptBridge::Run(BSTR words, int* status, BSTR* message) {
     escaped_ = nullptr;
     try {
         if (!module_) throw sim::EScriptError("the add-in has not been started");
-        Script().RunOn(*module_, running_ && running_(), SplitLines(BstrText(words)));
+        std::vector<std::string> command = SplitLines(BstrText(words));
+        if (command.size() == 1 && command[0] == "input") {
+            // How the user's actions went: to the windows as input, or to the headless controls.
+            *out_ << "INPUT windows=" << input_.Delivered() << " headless=" << input_.Headless() << "\n";
+            for (const auto& [control, count] : input_.HeadlessControls())
+                *out_ << "  headless " << control << " " << count << "\n";
+        } else {
+            // What makes or frees the forms runs without their windows.
+            if (command.size() == 2 && SameName(command[0], "call") &&
+                (SameName(command[1].substr(0, 12), "module.AddIn") || SameName(command[1], "module.adxOutlookAppEvents1Quit")))
+                windows_.Release();
+            Script().RunOn(*module_, running_ && running_(), command);
+        }
     } catch (const sim::EScriptError& e) {
         *status = 1;
         *message = NewBstr(e.what());
@@ -241,8 +270,20 @@ HRESULT TScriptBridge::Run(BSTR words, int* status, BSTR* message) {
         *status = 2;
         escaped_ = std::current_exception();
     }
+    SyncWindows();
     Flush();
     return S_OK;
+}
+
+void TScriptBridge::SyncWindows() {
+    if (!module_) return;
+    TModuleGlobals& g = module_->Vars();
+    std::vector<TForm*> forms{g.fmNewTask.get(), g.fmTimeMemo.get(), g.fmChooseTask.get(), g.fmTimer.get(),
+                              g.fmOptions.get(), g.fmAddTask.get(), g.fmAbout.get()};
+    forms.insert(forms.end(), modal_.begin(), modal_.end());
+    std::vector<TForm*> panes{g.fmList, g.fmTime, g.fmEmails, g.fmNotes, g.fmContacts, g.fmAppointments};
+    // A window that cannot be made leaves the form headless, and the script goes on.
+    Swallow([&] { windows_.Sync(forms, panes); });
 }
 
 HRESULT TScriptBridge::HandleEscaped() {
@@ -264,10 +305,12 @@ HRESULT TScriptBridge::FormVisible(BSTR formName, BOOL* visible) {
 void TScriptBridge::RunModal(TForm& form) {
     Flush();
     modal_.push_back(&form);
+    SyncWindows();
     BSTR name = NewBstr(form.Name());
     HRESULT hr = host_->RunModal(name);
     SysFreeString(name);
     modal_.pop_back();
+    SyncWindows();
     if (FAILED(hr)) RaiseFromErrorInfo(hr, "RunModal");
 }
 

@@ -3,7 +3,9 @@
 // Application that connects the add-in is the winhost's: the module then gets its message boxes,
 // help, screen and module file name from the host, its modal forms run the host's modal loop, and
 // the host runs the script's commands on the module's forms, tables and variables here, with the
-// same command code as corvelle-sim, what they print going back to the host's transcript.
+// same command code as corvelle-sim, what they print going back to the host's transcript. When
+// the host draws the explorer (the panes have windows), the commands' clicks, typing and the like
+// go to the forms' windows as input, and the dialogs shown get windows of their own.
 #include <exception>
 #include <functional>
 #include <memory>
@@ -15,6 +17,8 @@
 #include "toolkit/Menus.h"
 #include "win/com/ComSupport.h"
 #include "win/com/Generated.h"
+#include "win/ui/Input.h"
+#include "win/ui/ScriptWindows.h"
 
 class TAddInModule;
 namespace sim {
@@ -43,11 +47,15 @@ public:
 
     // Sends what the commands printed so far to the host.
     void Flush();
+    // Lets go of the dialogs' windows; before the module frees its forms.
+    void ReleaseWindows() { windows_.Release(); }
     ICorvelleScriptHost* Host() const { return host_.Get(); }
 
 private:
     void RunModal(TForm& form) override;
     sim::TScriptHost& Script();
+    // The dialogs shown get windows, those hidden lose theirs (when the host draws the explorer).
+    void SyncWindows();
 
     TComPtr<ICorvelleScriptHost> host_;
     IModalHost* previousModalHost_ = nullptr;
@@ -55,6 +63,9 @@ private:
     std::vector<TForm*> modal_;
     std::unique_ptr<std::streambuf> buffer_;
     std::unique_ptr<std::ostream> out_;
+    // The user's actions of the commands go to the forms' windows where they have some.
+    ui::TWindowInput input_;
+    ui::TScriptWindows windows_;
     std::unique_ptr<sim::TScriptHost> script_;
     TAddInModule* module_ = nullptr;
     std::function<bool()> running_;

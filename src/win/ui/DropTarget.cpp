@@ -3,6 +3,7 @@
 #include <ole2.h>
 
 #include <atomic>
+#include <map>
 
 namespace win::ui {
 
@@ -83,6 +84,12 @@ private:
     std::function<void(int)> drop_;
 };
 
+// The targets registered, by window (the registration holds each one).
+std::map<HWND, IDropTarget*>& Registered() {
+    static std::map<HWND, IDropTarget*> targets;
+    return targets;
+}
+
 }  // namespace
 
 void RegisterTextDrop(HWND hwnd, std::function<int(POINT)> lineAt, std::function<void(int)> over,
@@ -90,10 +97,19 @@ void RegisterTextDrop(HWND hwnd, std::function<int(POINT)> lineAt, std::function
     // OLE's drag and drop needs OLE on this thread; Outlook's has it, a test's is given it here.
     OleInitialize(nullptr);
     auto* target = new TTextDropTarget(std::move(lineAt), std::move(over), std::move(drop));
-    RegisterDragDrop(hwnd, target);  // a failure leaves the tree without drops, and nothing else
+    // A failure leaves the tree without drops, and nothing else.
+    if (SUCCEEDED(RegisterDragDrop(hwnd, target))) Registered()[hwnd] = target;
     target->Release();
 }
 
-void RevokeTextDrop(HWND hwnd) { RevokeDragDrop(hwnd); }
+void RevokeTextDrop(HWND hwnd) {
+    Registered().erase(hwnd);
+    RevokeDragDrop(hwnd);
+}
+
+IDropTarget* TextDropTarget(HWND hwnd) {
+    auto it = Registered().find(hwnd);
+    return it == Registered().end() ? nullptr : it->second;
+}
 
 }  // namespace win::ui

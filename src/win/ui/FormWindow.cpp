@@ -25,6 +25,7 @@ std::vector<TFormWindowImpl*>& Windows() {
 }
 bool refreshing = false;
 bool refreshPending = false;
+bool formTimersRun = true;
 HWND refreshWindow = nullptr;
 
 TView* FindView(HWND hwnd) {
@@ -194,6 +195,8 @@ void RefreshAll() {
     refreshing = false;
 }
 
+void SetFormTimersRun(bool run) { formTimersRun = run; }
+
 TFormWindow* FindFormWindow(const TForm& form) {
     for (TFormWindowImpl* w : Windows())
         if (&w->Form() == &form) return w;
@@ -334,7 +337,7 @@ void TFormWindowImpl::SyncTimers() {
         UINT_PTR id = next++;
         formTimers_[id] = t;
         // A timer runs while it is enabled and its form is shown.
-        int want = t->Enabled() && form_.Visible() ? std::max(1, t->Interval()) : 0;
+        int want = formTimersRun && t->Enabled() && form_.Visible() ? std::max(1, t->Interval()) : 0;
         int& running = runningTimers_[t];
         if (want == running) continue;
         if (want) SetTimer(hwnd_, id, static_cast<UINT>(want), nullptr);

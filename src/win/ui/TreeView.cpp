@@ -146,7 +146,8 @@ public:
                 TrackMenu(*tree_.PopupMenu, hwnd_, static_cast<short>(LOWORD(pos)), static_cast<short>(HIWORD(pos)));
             }
             RequestRefresh();
-            result = h->code == NM_DBLCLK ? 0 : 0;
+            // A double click does no more than the tree's own double click (no opening or closing).
+            result = h->code == NM_DBLCLK ? 1 : 0;
             return true;
         }
         case TVN_BEGINDRAGW: {
@@ -221,12 +222,8 @@ private:
         return reinterpret_cast<TcxTreeListNode*>(it.lParam);
     }
 
-    TcxTreeListNode* NodeAtCursor(bool& onButton) const {
-        DWORD pos = GetMessagePos();
-        POINT p{static_cast<short>(LOWORD(pos)), static_cast<short>(HIWORD(pos))};
-        ScreenToClient(hwnd_, &p);
-        return NodeAt(p, onButton);
-    }
+    // Where the button went down for the click being notified.
+    TcxTreeListNode* NodeAtCursor(bool& onButton) const { return NodeAt(pressedAt_, onButton); }
 
     // The line of the tree under a point of the screen, as the tree counts lines: the shown
     // nodes from the top, then the empty space.
@@ -245,6 +242,8 @@ private:
     // drag-over handler takes it there.
     static LRESULT CALLBACK DragProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp, UINT_PTR, DWORD_PTR data) {
         auto* self = reinterpret_cast<TTreeView*>(data);
+        if (msg == WM_LBUTTONDOWN || msg == WM_LBUTTONDBLCLK || msg == WM_RBUTTONDOWN || msg == WM_RBUTTONDBLCLK)
+            self->pressedAt_ = {static_cast<short>(LOWORD(lp)), static_cast<short>(HIWORD(lp))};
         if (self->dragged_ && (msg == WM_MOUSEMOVE || msg == WM_LBUTTONUP || msg == WM_CAPTURECHANGED)) {
             POINT p{static_cast<short>(LOWORD(lp)), static_cast<short>(HIWORD(lp))};
             bool onButton = false;
@@ -281,6 +280,7 @@ private:
     std::map<int, HFONT> fonts_;
     std::wstring text_;
     TcxTreeListNode* dragged_ = nullptr;
+    POINT pressedAt_{-1, -1};
 };
 
 }  // namespace

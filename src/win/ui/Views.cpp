@@ -4,6 +4,7 @@
 #include "win/ui/Views.h"
 
 #include <cstdio>
+#include <utility>
 
 #include "platform/Text.h"
 #include "win/ui/FormWindowImpl.h"
@@ -31,7 +32,17 @@ void SetText(HWND hwnd, const std::string& utf8) {
     if (WindowText(hwnd) != utf8) SetWindowTextW(hwnd, W(utf8).c_str());
 }
 
+namespace {
+IGuardWatch* guardWatch = nullptr;
+}
+
+IGuardWatch* SetGuardWatch(IGuardWatch* watch) { return std::exchange(guardWatch, watch); }
+
 void Guarded(const char* where, const std::function<void()>& call) {
+    if (guardWatch) {
+        guardWatch->Run(where, call);
+        return;
+    }
     try {
         call();
     } catch (const std::exception& e) {

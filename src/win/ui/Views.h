@@ -22,6 +22,16 @@ std::string WindowText(HWND hwnd);
 void SetText(HWND hwnd, const std::string& utf8);
 // Runs a call into the model; what it throws is kept from the window procedure (and logged).
 void Guarded(const char* where, const std::function<void()>& call);
+// A watch on the calls that go through Guarded (the scripted input counts the user calls its
+// messages make, and keeps what they throw for its caller). Returns the watch it replaces.
+class IGuardWatch {
+public:
+    virtual void Run(const char* where, const std::function<void()>& call) = 0;
+
+protected:
+    ~IGuardWatch() = default;
+};
+IGuardWatch* SetGuardWatch(IGuardWatch* watch);
 HFONT DialogFont();
 
 class TView {

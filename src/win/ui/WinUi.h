@@ -40,6 +40,9 @@ std::unique_ptr<TFormWindow> CreateTopWindow(TForm& form, HWND owner);
 TFormWindow* FindFormWindow(const TForm& form);
 // Refreshes every form window of the process.
 void RefreshAll();
+// Whether the forms' timers run on their windows' timers (the default). A host that ticks the
+// timers itself (the script bridge) turns them off.
+void SetFormTimersRun(bool run);
 
 // Where pictures come from. The provider gets a form's image list, or nullptr for the add-in's
 // shared glyphs (tool bars, buttons, menus, the task tree's states); it returns the image list to

@@ -20,7 +20,7 @@ bool IsForwarded(const std::string& command) {
     static const char* const commands[] = {"explorer", "activate", "close", "click", "dblclick", "focus",
                                            "call",     "set",      "get",   "tree",  "grid",     "group",
                                            "ungroup",  "cell",     "tab",   "table", "drag",     "drop",
-                                           "menu",     "dragnode"};
+                                           "menu",     "dragnode", "input"};
     return std::any_of(std::begin(commands), std::end(commands), [&](const char* c) { return SameName(c, command); });
 }
 

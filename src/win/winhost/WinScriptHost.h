@@ -15,7 +15,8 @@
 // window. The explorer commands then reach the add-in as the explorer's events: "explorer" and an
 // "outlook select" of another folder as FolderSwitch, "close explorer" as Close. "screenshot FILE
 // [WINDOW]" saves the screen, the explorer ("explorer") or the top-level window of that caption
-// as a PNG file.
+// as a PNG file. "input" prints how the add-in's forms took the user's actions so far: "INPUT
+// windows=N headless=M", N delivered to the windows as input, M made on the headless controls.
 #include <memory>
 #include <ostream>
 #include <string>
