@@ -145,3 +145,40 @@ TEST_F(WinUiTest, TextDraggedOntoATaskFocusesTheTasksPassedOverAndTheDropOpensTh
     }
     SetPopupHost(previous);
 }
+
+TEST_F(WinUiTest, TheDropMenuShowsAtThePointerAndEscapingItFilesNothing) {
+    OleInitialize(nullptr);
+    win::ui::InstallHosts(explorer);
+    win::ui::TFormWindow& pane = PaneWindow(Pane(), 980, 0, 300, 800);
+    HWND tree = pane.ControlHandle(Tree());
+    Tree().FullExpand();
+    win::ui::RefreshAll();
+    Pump();
+    // The pointer on Borealis Shipping, the third line.
+    HTREEITEM third = TreeView_GetNextVisible(tree, TreeView_GetNextVisible(tree, TreeView_GetRoot(tree)));
+    RECT r;
+    std::memcpy(&r, &third, sizeof third);
+    ASSERT_TRUE(SendMessageW(tree, TVM_GETITEMRECT, TRUE, reinterpret_cast<LPARAM>(&r)));
+    POINT over{(r.left + r.right) / 2, (r.top + r.bottom) / 2};
+    ClientToScreen(tree, &over);
+    const int filed = Globals().MemDataEmails->RecordCount();
+
+    std::vector<std::string> shown;
+    WhileMenu(
+        [&] {
+            TDragData data(true);
+            TDragHand hand({over, over});
+            DWORD effect = DROPEFFECT_NONE;
+            DoDragDrop(&data, &hand, DROPEFFECT_COPY | DROPEFFECT_MOVE, &effect);
+        },
+        [&](HMENU menu) {
+            shown = MenuEntries(menu);
+            Shot("menu-drop");
+        });
+    EXPECT_EQ(Tree().FocusedNode(), Node(borealis));
+    ASSERT_FALSE(shown.empty());
+    EXPECT_EQ(shown.front(), "Copy here");
+    EXPECT_EQ(shown.back(), "Cancel");
+    Pump();
+    EXPECT_EQ(Globals().MemDataEmails->RecordCount(), filed);
+}

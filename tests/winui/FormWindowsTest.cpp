@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <cctype>
+#include <cstdlib>
 
 #include "base/DateTime.h"
 #include "tasks/uTasks.h"
@@ -408,4 +409,44 @@ TEST_F(WinUiTest, PicturesOfTheExplorerWithTheTaskPaneAndEachItemPane) {
         }
         Shot(std::string("explorer-") + names[i]);
     }
+}
+
+TEST_F(WinUiTest, ARightClickOnATaskShowsTheTaskMenuWithItsPicturesAtThePointer) {
+    win::ui::InstallHosts(explorer);
+    Tree().FullExpand();
+    win::ui::TFormWindow& pane = PaneWindow(Pane(), 980, 0, 300, 800);
+    HWND tree = pane.ControlHandle(Tree());
+    ASSERT_NE(tree, nullptr);
+    // The second line: Acme Ltd.
+    HTREEITEM second = TreeView_GetNextVisible(tree, TreeView_GetRoot(tree));
+    RECT r;
+    std::memcpy(&r, &second, sizeof second);
+    ASSERT_TRUE(SendMessageW(tree, TVM_GETITEMRECT, TRUE, reinterpret_cast<LPARAM>(&r)));
+
+    std::vector<std::string> shown;
+    POINT at{};
+    WhileMenu([&] { ClickAt(tree, (r.left + r.right) / 2, (r.top + r.bottom) / 2, true); },
+              [&](HMENU menu) {
+                  shown = MenuEntries(menu);
+                  RECT box;
+                  GetWindowRect(FindWindowW(L"#32768", nullptr), &box);
+                  at = POINT{box.left, box.top};
+                  Shot("menu-task");
+              });
+    // Every entry the menu holds, in order, each with its picture.
+    std::vector<std::string> want;
+    ASSERT_NE(Tree().PopupMenu, nullptr);
+    const TMenuItem& items = Tree().PopupMenu->Items();
+    for (int i = 0; i < items.Count(); ++i) {
+        const TMenuItem& item = items.Items(i);
+        if (item.Visible() && !item.IsSeparator()) want.push_back(item.Caption() + (item.ImageIndex() >= 0 ? "+picture" : ""));
+    }
+    EXPECT_EQ(shown, want);
+    EXPECT_EQ(shown.front(), "New &root task+picture");
+    // At the pointer, on the task clicked, which took the focus.
+    POINT pointer{(r.left + r.right) / 2, (r.top + r.bottom) / 2};
+    ClientToScreen(tree, &pointer);
+    EXPECT_LE(std::abs(at.x - pointer.x), 4);
+    EXPECT_LE(std::abs(at.y - pointer.y), 4);
+    EXPECT_EQ(Tree().FocusedNode(), Node(acme));
 }

@@ -193,7 +193,7 @@ private:
     HIMAGELIST CellImages() const {
         if (view_.Owner())
             for (TComponent* c : view_.Owner()->Components())
-                if (auto* list = dynamic_cast<TcxImageList*>(c)) return ImageListFor(list);
+                if (auto* list = dynamic_cast<TcxImageList*>(c)) return ImageListFor(view_.Owner(), list);
         return nullptr;
     }
 

@@ -1,6 +1,7 @@
 // The desktop's hosts: the modal loop on real windows, menus tracked at the pointer, and the
 // pictures' provider.
 #include <algorithm>
+#include <cstdint>
 #include <map>
 #include <vector>
 
@@ -15,7 +16,60 @@ TImageListProvider& Provider() {
     return provider;
 }
 
-void AddItems(HMENU menu, const TMenuItem& parent, std::map<UINT, TMenuItem*>& ids) {
+// A picture of the list as a menu shows it: a 32-bit bitmap with premultiplied alpha (the
+// caller deletes it); null when there is none.
+HBITMAP MenuBitmap(HIMAGELIST list, int index) {
+    IMAGEINFO info{};
+    if (!list || index < 0 || index >= ImageList_GetImageCount(list) || !ImageList_GetImageInfo(list, index, &info))
+        return nullptr;
+    const int w = info.rcImage.right - info.rcImage.left, h = info.rcImage.bottom - info.rcImage.top;
+    BITMAPINFO bi{};
+    bi.bmiHeader.biSize = sizeof bi.bmiHeader;
+    bi.bmiHeader.biWidth = w;
+    bi.bmiHeader.biHeight = -h;
+    bi.bmiHeader.biPlanes = 1;
+    bi.bmiHeader.biBitCount = 32;
+    bi.bmiHeader.biCompression = BI_RGB;
+    void* bits = nullptr;
+    HBITMAP out = CreateDIBSection(nullptr, &bi, DIB_RGB_COLORS, &bits, nullptr, 0);
+    if (!out) return nullptr;
+    // The picture's pixels as the list holds them (straight alpha), read out of its strip.
+    HDC dc = CreateCompatibleDC(nullptr);
+    BITMAP strip{};
+    GetObjectW(info.hbmImage, sizeof strip, &strip);
+    std::vector<uint32_t> all(static_cast<size_t>(strip.bmWidth) * static_cast<size_t>(strip.bmHeight));
+    BITMAPINFO sbi = bi;
+    sbi.bmiHeader.biWidth = strip.bmWidth;
+    sbi.bmiHeader.biHeight = -strip.bmHeight;
+    const bool read = strip.bmBitsPixel == 32 &&
+                      GetDIBits(dc, info.hbmImage, 0, static_cast<UINT>(strip.bmHeight), all.data(), &sbi, DIB_RGB_COLORS) != 0;
+    DeleteDC(dc);
+    if (!read) {
+        DeleteObject(out);
+        return nullptr;
+    }
+    auto* px = static_cast<uint32_t*>(bits);
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            uint32_t p = all[static_cast<size_t>(info.rcImage.top + y) * static_cast<size_t>(strip.bmWidth) +
+                             static_cast<size_t>(info.rcImage.left + x)];
+            uint32_t a = p >> 24;
+            uint32_t r = ((p >> 16) & 0xFF) * a / 255, g = ((p >> 8) & 0xFF) * a / 255, b = (p & 0xFF) * a / 255;
+            px[y * w + x] = (a << 24) | (r << 16) | (g << 8) | b;
+        }
+    return out;
+}
+
+// The bitmaps of the menu being shown, deleted when it closes.
+struct TMenuPictures {
+    HIMAGELIST list = nullptr;
+    std::vector<HBITMAP> made;
+    ~TMenuPictures() {
+        for (HBITMAP b : made) DeleteObject(b);
+    }
+};
+
+void AddItems(HMENU menu, const TMenuItem& parent, std::map<UINT, TMenuItem*>& ids, TMenuPictures& pictures) {
     for (int i = 0; i < parent.Count(); ++i) {
         TMenuItem& item = parent.Items(i);
         if (!item.Visible()) continue;
@@ -27,12 +81,21 @@ void AddItems(HMENU menu, const TMenuItem& parent, std::map<UINT, TMenuItem*>& i
         std::wstring caption = W(item.Caption());
         if (item.Count() > 0) {
             HMENU sub = CreatePopupMenu();
-            AddItems(sub, item, ids);
+            AddItems(sub, item, ids, pictures);
             AppendMenuW(menu, flags | MF_POPUP, reinterpret_cast<UINT_PTR>(sub), caption.c_str());
         } else {
             UINT id = static_cast<UINT>(ids.size() + 1);
             ids[id] = &item;
             AppendMenuW(menu, flags, id, caption.c_str());
+        }
+        // The entry's picture beside its caption.
+        if (HBITMAP picture = MenuBitmap(pictures.list, item.ImageIndex())) {
+            pictures.made.push_back(picture);
+            MENUITEMINFOW info{};
+            info.cbSize = sizeof info;
+            info.fMask = MIIM_BITMAP;
+            info.hbmpItem = picture;
+            SetMenuItemInfoW(menu, static_cast<UINT>(GetMenuItemCount(menu) - 1), TRUE, &info);
         }
     }
 }
@@ -104,16 +167,18 @@ bool installed = false;
 
 void SetImageListProvider(TImageListProvider provider) { Provider() = std::move(provider); }
 
-HIMAGELIST ImageListFor(const TcxImageList* list) {
+HIMAGELIST ImageListFor(const TForm* form, const TcxImageList* list) {
     HIMAGELIST out = nullptr;
-    if (Provider()) Guarded("pictures", [&] { out = Provider()(list); });
+    if (Provider()) Guarded("pictures", [&] { out = Provider()(form, list); });
     return out;
 }
 
 void TrackMenu(TPopupMenu& menu, HWND owner, int x, int y) {
     std::map<UINT, TMenuItem*> ids;
+    TMenuPictures pictures;
+    pictures.list = ImageListFor(menu.Owner());
     HMENU popup = CreatePopupMenu();
-    AddItems(popup, menu.Items(), ids);
+    AddItems(popup, menu.Items(), ids, pictures);
     UINT picked = static_cast<UINT>(TrackPopupMenu(popup, TPM_RETURNCMD | TPM_RIGHTBUTTON | TPM_NONOTIFY, x, y, 0,
                                                    MenuOwner(owner), nullptr));
     DestroyMenu(popup);
