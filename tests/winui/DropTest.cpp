@@ -5,6 +5,7 @@
 
 #include <ole2.h>
 
+#include <cstdlib>
 #include <cstring>
 
 namespace {
@@ -162,8 +163,11 @@ TEST_F(WinUiTest, TheDropMenuShowsAtThePointerAndEscapingItFilesNothing) {
     POINT over{(r.left + r.right) / 2, (r.top + r.bottom) / 2};
     ClientToScreen(tree, &over);
     const int filed = Globals().MemDataEmails->RecordCount();
+    // The system's pointer, as the add-in reads it at the drop.
+    host_->Screen->SetCursorPos({over.x, over.y});
 
     std::vector<std::string> shown;
+    POINT at{};
     WhileMenu(
         [&] {
             TDragData data(true);
@@ -173,8 +177,14 @@ TEST_F(WinUiTest, TheDropMenuShowsAtThePointerAndEscapingItFilesNothing) {
         },
         [&](HMENU menu) {
             shown = MenuEntries(menu);
+            RECT box;
+            GetWindowRect(ShownMenu(), &box);
+            at = POINT{box.left, box.top};
             Shot("menu-drop");
         });
+    // At the pointer, on the task dropped on.
+    EXPECT_LE(std::abs(at.x - over.x), 4);
+    EXPECT_LE(std::abs(at.y - over.y), 4);
     EXPECT_EQ(Tree().FocusedNode(), Node(borealis));
     ASSERT_FALSE(shown.empty());
     EXPECT_EQ(shown.front(), "Copy here");

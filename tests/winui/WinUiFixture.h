@@ -80,6 +80,13 @@ protected:
         POINT p{x, y};
         ClientToScreen(hwnd, &p);
         SetCursorPos(p.x, p.y);
+        // The pointer is there before the button goes down (a desktop under load lags).
+        for (int i = 0; i < 20; ++i) {
+            Pump(25);
+            POINT now{};
+            GetCursorPos(&now);
+            if (now.x == p.x && now.y == p.y) break;
+        }
         Pump(50);
         for (int n = 0; n < (twice ? 2 : 1); ++n) {
             INPUT in[2] = {};
@@ -125,18 +132,28 @@ protected:
         pending = nullptr;
     }
 
+    // The popup menu that shows, if one does.
+    static HWND ShownMenu() {
+        for (HWND w = FindWindowExW(nullptr, nullptr, L"#32768", nullptr); w; w = FindWindowExW(nullptr, w, L"#32768", nullptr))
+            if (IsWindowVisible(w)) return w;
+        return nullptr;
+    }
+
     // Opens a popup menu and, once it shows (its own loop runs meanwhile), does what inside says
-    // with the menu's entries, then closes the menu as a click elsewhere does.
+    // with the menu's entries, then closes the menu as a click elsewhere does. A menu that never
+    // shows is given up after ten seconds.
     static void WhileMenu(const std::function<void()>& open, const std::function<void(HMENU)>& inside) {
         static std::function<void(HMENU)> pending;
+        static int ticks = 0;
         pending = inside;
+        ticks = 0;
         UINT_PTR timer = SetTimer(nullptr, 0, 200, [](HWND, UINT, UINT_PTR id, DWORD) {
-            HWND shown = FindWindowW(L"#32768", nullptr);
-            if (!shown || !IsWindowVisible(shown) || !pending) return;
+            HWND shown = ShownMenu();
+            if (!pending || (!shown && ++ticks < 50)) return;
             KillTimer(nullptr, id);
             auto run = std::move(pending);
             pending = nullptr;
-            run(reinterpret_cast<HMENU>(SendMessageW(shown, MN_GETHMENU, 0, 0)));
+            if (shown) run(reinterpret_cast<HMENU>(SendMessageW(shown, MN_GETHMENU, 0, 0)));
             EndMenu();
         });
         open();

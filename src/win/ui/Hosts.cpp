@@ -16,8 +16,9 @@ TImageListProvider& Provider() {
     return provider;
 }
 
-// A picture of the list as a menu shows it: a 32-bit bitmap with premultiplied alpha (the
-// caller deletes it); null when there is none.
+// A picture of the list as a menu shows it: a 32-bit bitmap laid over the menu's colour, opaque
+// (menus that draw such bitmaps without blending show no black squares), with its alpha all set
+// (the caller deletes it); null when there is none.
 HBITMAP MenuBitmap(HIMAGELIST list, int index) {
     IMAGEINFO info{};
     if (!list || index < 0 || index >= ImageList_GetImageCount(list) || !ImageList_GetImageInfo(list, index, &info))
@@ -49,13 +50,16 @@ HBITMAP MenuBitmap(HIMAGELIST list, int index) {
         return nullptr;
     }
     auto* px = static_cast<uint32_t*>(bits);
+    const COLORREF back = GetSysColor(COLOR_MENU);
     for (int y = 0; y < h; ++y)
         for (int x = 0; x < w; ++x) {
             uint32_t p = all[static_cast<size_t>(info.rcImage.top + y) * static_cast<size_t>(strip.bmWidth) +
                              static_cast<size_t>(info.rcImage.left + x)];
-            uint32_t a = p >> 24;
-            uint32_t r = ((p >> 16) & 0xFF) * a / 255, g = ((p >> 8) & 0xFF) * a / 255, b = (p & 0xFF) * a / 255;
-            px[y * w + x] = (a << 24) | (r << 16) | (g << 8) | b;
+            const uint32_t a = p >> 24;
+            auto over = [&](int shift, uint32_t under) {
+                return ((((p >> shift) & 0xFF) * a + under * (255 - a)) / 255) << shift;
+            };
+            px[y * w + x] = 0xFF000000u | over(16, GetRValue(back)) | over(8, GetGValue(back)) | over(0, GetBValue(back));
         }
     return out;
 }
