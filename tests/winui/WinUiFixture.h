@@ -41,6 +41,10 @@ protected:
         explorer = CreateWindowExW(0, wc.lpszClassName, L"Outlook", WS_POPUP | WS_VISIBLE | WS_CLIPCHILDREN, 0, 0, 1280,
                                    800, nullptr, nullptr, wc.hInstance, nullptr);
         ASSERT_NE(explorer, nullptr);
+        // The screen the forms place themselves on is the one the windows show on.
+        RECT work{};
+        SystemParametersInfoW(SPI_GETWORKAREA, 0, &work, 0);
+        host_->Screen->SetWorkArea({work.left, work.top, work.right, work.bottom});
         // The add-in's own glyphs, found as Corvelle.dll finds them.
         win::ui::SetImageListProvider([](const TForm* form, const TcxImageList* list) -> HIMAGELIST {
             if (list && list->Owner()) return win::res::ImageList(list->Owner()->Name() + "." + list->Name());

@@ -1,11 +1,11 @@
 // The desktop's hosts: the modal loop on real windows, menus tracked at the pointer, and the
 // pictures' provider.
 #include <algorithm>
-#include <cstdint>
 #include <map>
 #include <vector>
 
 #include "win/ui/FormWindowImpl.h"
+#include "win/ui/Pictures.h"
 
 namespace win::ui {
 
@@ -14,54 +14,6 @@ namespace {
 TImageListProvider& Provider() {
     static TImageListProvider provider;
     return provider;
-}
-
-// A picture of the list as a menu shows it: a 32-bit bitmap laid over the menu's colour, opaque
-// (menus that draw such bitmaps without blending show no black squares), with its alpha all set
-// (the caller deletes it); null when there is none.
-HBITMAP MenuBitmap(HIMAGELIST list, int index) {
-    IMAGEINFO info{};
-    if (!list || index < 0 || index >= ImageList_GetImageCount(list) || !ImageList_GetImageInfo(list, index, &info))
-        return nullptr;
-    const int w = info.rcImage.right - info.rcImage.left, h = info.rcImage.bottom - info.rcImage.top;
-    BITMAPINFO bi{};
-    bi.bmiHeader.biSize = sizeof bi.bmiHeader;
-    bi.bmiHeader.biWidth = w;
-    bi.bmiHeader.biHeight = -h;
-    bi.bmiHeader.biPlanes = 1;
-    bi.bmiHeader.biBitCount = 32;
-    bi.bmiHeader.biCompression = BI_RGB;
-    void* bits = nullptr;
-    HBITMAP out = CreateDIBSection(nullptr, &bi, DIB_RGB_COLORS, &bits, nullptr, 0);
-    if (!out) return nullptr;
-    // The picture's pixels as the list holds them (straight alpha), read out of its strip.
-    HDC dc = CreateCompatibleDC(nullptr);
-    BITMAP strip{};
-    GetObjectW(info.hbmImage, sizeof strip, &strip);
-    std::vector<uint32_t> all(static_cast<size_t>(strip.bmWidth) * static_cast<size_t>(strip.bmHeight));
-    BITMAPINFO sbi = bi;
-    sbi.bmiHeader.biWidth = strip.bmWidth;
-    sbi.bmiHeader.biHeight = -strip.bmHeight;
-    const bool read = strip.bmBitsPixel == 32 &&
-                      GetDIBits(dc, info.hbmImage, 0, static_cast<UINT>(strip.bmHeight), all.data(), &sbi, DIB_RGB_COLORS) != 0;
-    DeleteDC(dc);
-    if (!read) {
-        DeleteObject(out);
-        return nullptr;
-    }
-    auto* px = static_cast<uint32_t*>(bits);
-    const COLORREF back = GetSysColor(COLOR_MENU);
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x) {
-            uint32_t p = all[static_cast<size_t>(info.rcImage.top + y) * static_cast<size_t>(strip.bmWidth) +
-                             static_cast<size_t>(info.rcImage.left + x)];
-            const uint32_t a = p >> 24;
-            auto over = [&](int shift, uint32_t under) {
-                return ((((p >> shift) & 0xFF) * a + under * (255 - a)) / 255) << shift;
-            };
-            px[y * w + x] = 0xFF000000u | over(16, GetRValue(back)) | over(8, GetGValue(back)) | over(0, GetBValue(back));
-        }
-    return out;
 }
 
 // The bitmaps of the menu being shown, deleted when it closes.

@@ -7,6 +7,7 @@
 
 #include "platform/Text.h"
 #include "win/ui/FormWindowImpl.h"
+#include "win/ui/Pictures.h"
 #include "win/ui/VisualStyles.h"
 
 namespace win::ui {
@@ -251,7 +252,7 @@ public:
         if (b.ImageIndex() != image_) {
             image_ = b.ImageIndex();
             HIMAGELIST list = ImageListFor(control_.Owner());
-            HICON icon = list && image_ >= 0 ? ImageList_GetIcon(list, image_, ILD_TRANSPARENT) : nullptr;
+            HICON icon = list && image_ >= 0 ? ButtonIcon(list, image_) : nullptr;
             HICON old = reinterpret_cast<HICON>(SendMessageW(hwnd_, BM_SETIMAGE, IMAGE_ICON, reinterpret_cast<LPARAM>(icon)));
             if (old && old != icon) DestroyIcon(old);
         }

@@ -581,6 +581,17 @@ void TExplorerWindow::Forget(TPane* pane) {
 // ---------------------------------------------------------------------------------------------
 
 void SaveScreenshot(HWND window, const std::wstring& file) {
+    // The windows first catch up with what the commands before did: the add-in's panes read
+    // their forms again twice a second.
+    for (DWORD until = GetTickCount() + 600; static_cast<LONG>(until - GetTickCount()) > 0;) {
+        MSG msg;
+        while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
+            TranslateMessage(&msg);
+            DispatchMessageW(&msg);
+        }
+        Sleep(20);
+    }
+    if (window) RedrawWindow(window, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW | RDW_ALLCHILDREN);
     RECT r{};
     if (window) {
         // The window's client area: its frame is the window manager's, when there is one.
