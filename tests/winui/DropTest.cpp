@@ -180,7 +180,7 @@ TEST_F(WinUiTest, TheDropMenuShowsAtThePointerAndEscapingItFilesNothing) {
             RECT box;
             GetWindowRect(ShownMenu(), &box);
             at = POINT{box.left, box.top};
-            Shot("menu-drop");
+            Shot("menu-drop", {ShownMenu(), pane.Handle()});
         });
     // At the pointer, on the task dropped on.
     EXPECT_LE(std::abs(at.x - over.x), 4);

@@ -164,6 +164,20 @@ TEST_F(WinUiTest, TheTaskPaneShowsEveryNodeWithItsStyleAndFollowsAClickOnANode) 
     }
     EXPECT_EQ(drawn[0], (std::vector<std::string>{"Clients", "bold"}));
     EXPECT_EQ(drawn[3], (std::vector<std::string>{"Internal", "bold", "strike"}));
+    // Above the lines, a header of the tree's shown columns: the tree's, the importance's
+    // picture, the due date.
+    HWND header = FindWindowExW(GetParent(tree), nullptr, WC_HEADERW, nullptr);
+    ASSERT_NE(header, nullptr);
+    ASSERT_EQ(SendMessageW(header, HDM_GETITEMCOUNT, 0, 0), 3);
+    wchar_t caption[64] = {};
+    HDITEMW item{};
+    item.mask = HDI_TEXT | HDI_FORMAT;
+    item.pszText = caption;
+    item.cchTextMax = 64;
+    SendMessageW(header, HDM_GETITEMW, 2, reinterpret_cast<LPARAM>(&item));
+    EXPECT_EQ(win::ui::U(caption), "Due date");
+    SendMessageW(header, HDM_GETITEMW, 1, reinterpret_cast<LPARAM>(&item));
+    EXPECT_TRUE(item.fmt & HDF_IMAGE);
     // The focused task's name and number stand above the tree.
     EXPECT_EQ(Text(pane.ControlHandle(Pane().Label3)), Globals().TaskFullDescription);
     EXPECT_EQ(Text(pane.ControlHandle(Pane().Label3)), "Clients \\ Acme Ltd");
@@ -353,7 +367,7 @@ TEST_F(WinUiTest, PicturesOfTheDialogsAndTheTimer) {
             win::ui::TFormWindow* w = win::ui::FindFormWindow(f);
             ASSERT_NE(w, nullptr);
             EXPECT_TRUE(IsWindowVisible(w->Handle())) << name;
-            Shot(name);
+            Shot(name, {w->Handle()});
             f.Close();
         });
         EXPECT_TRUE(seen) << name;
@@ -377,7 +391,7 @@ TEST_F(WinUiTest, PicturesOfTheDialogsAndTheTimer) {
     EXPECT_EQ(r.left, Timer().Left());
     EXPECT_EQ(r.top, Timer().Top());
     EXPECT_EQ(r.right - r.left, Timer().Width());
-    Shot("timer");
+    Shot("timer", {timer});
     // The chooser, from the timer's own button: a borderless window below the timer.
     SendMessageW(windows.back()->ControlHandle(Timer().Button1), BM_CLICK, 0, 0);
     ASSERT_TRUE(Chooser().Visible());
@@ -385,7 +399,7 @@ TEST_F(WinUiTest, PicturesOfTheDialogsAndTheTimer) {
     Pump();
     GetWindowRect(windows.back()->Handle(), &r);
     EXPECT_EQ(r.top, Chooser().Top());
-    Shot("dialog-choose-task");
+    Shot("dialog-choose-task", {windows.back()->Handle()});
     Chooser().Close();
 }
 
@@ -432,7 +446,7 @@ TEST_F(WinUiTest, ARightClickOnATaskShowsTheTaskMenuWithItsPicturesAtThePointer)
                   RECT box;
                   GetWindowRect(ShownMenu(), &box);
                   at = POINT{box.left, box.top};
-                  Shot("menu-task");
+                  Shot("menu-task", {ShownMenu(), pane.Handle()});
               });
     // Every entry the menu holds, in order, each with its picture.
     std::vector<std::string> want;

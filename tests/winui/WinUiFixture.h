@@ -104,11 +104,21 @@ protected:
     }
 
     // A picture of the screen, when the wrapper script takes them (CORVELLE_SCREENSHOTS).
-    static void Shot(const std::string& name) {
+    // With windows given, the part of the screen they cover is written beside the picture
+    // (NAME.box, as "WxH+X+Y"), for the pictures cut from it.
+    static void Shot(const std::string& name, std::vector<HWND> windows = {}) {
         const char* dir = std::getenv("CORVELLE_SCREENSHOTS");
         if (!dir || !*dir) return;
         Pump(400);
         std::filesystem::path base = std::filesystem::path(dir) / name;
+        RECT box{};
+        for (HWND w : windows) {
+            RECT r;
+            if (w && GetWindowRect(w, &r)) UnionRect(&box, &box, &r);
+        }
+        if (!IsRectEmpty(&box))
+            std::ofstream(base.string() + ".box") << box.right - box.left << "x" << box.bottom - box.top << "+" << box.left
+                                                  << "+" << box.top << "\n";
         std::filesystem::remove(base.string() + ".done");
         std::ofstream(base.string() + ".request") << name;
         auto until = std::chrono::steady_clock::now() + std::chrono::seconds(20);
