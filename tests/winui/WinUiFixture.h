@@ -104,8 +104,9 @@ protected:
     }
 
     // A picture of the screen, when the wrapper script takes them (CORVELLE_SCREENSHOTS).
-    // With windows given, the part of the screen they cover is written beside the picture
-    // (NAME.box, as "WxH+X+Y"), for the pictures cut from it.
+    // With windows given, the part of the screen their client areas cover is written beside the
+    // picture (NAME.box, as "WxH+X+Y"), for the pictures cut from it (without a window manager,
+    // frames and captions are not drawn).
     static void Shot(const std::string& name, std::vector<HWND> windows = {}) {
         const char* dir = std::getenv("CORVELLE_SCREENSHOTS");
         if (!dir || !*dir) return;
@@ -114,7 +115,9 @@ protected:
         RECT box{};
         for (HWND w : windows) {
             RECT r;
-            if (w && GetWindowRect(w, &r)) UnionRect(&box, &box, &r);
+            if (!w || !GetClientRect(w, &r)) continue;
+            MapWindowPoints(w, nullptr, reinterpret_cast<POINT*>(&r), 2);
+            UnionRect(&box, &box, &r);
         }
         if (!IsRectEmpty(&box))
             std::ofstream(base.string() + ".box") << box.right - box.left << "x" << box.bottom - box.top << "+" << box.left
