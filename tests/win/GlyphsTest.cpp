@@ -112,3 +112,18 @@ TEST_F(RibbonImageTest, EachRibbonButtonGetsItsOwnThirtyTwoBitPictureByLoadImage
 }
 
 }  // namespace
+
+// Outlook's process may run the older common controls: the add-in carries its own manifest
+// (resource 2), which asks for version 6, so that its windows get the themed controls.
+TEST(GlyphsTest, TheLibraryAsksForTheThemedCommonControlsThroughItsOwnManifest) {
+    const std::wstring dll = Wide(WindowsPath(std::string(CORVELLE_BINARY_DIR) + "/Corvelle.dll"));
+    HMODULE module = LoadLibraryExW(dll.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE);
+    ASSERT_NE(module, nullptr);
+    HRSRC found = FindResourceW(module, MAKEINTRESOURCEW(2), MAKEINTRESOURCEW(24));
+    ASSERT_NE(found, nullptr);
+    const char* text = static_cast<const char*>(LockResource(LoadResource(module, found)));
+    std::string manifest(text, SizeofResource(module, found));
+    EXPECT_NE(manifest.find("Microsoft.Windows.Common-Controls"), std::string::npos);
+    EXPECT_NE(manifest.find("version=\"6.0.0.0\""), std::string::npos);
+    FreeLibrary(module);
+}

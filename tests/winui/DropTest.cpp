@@ -5,6 +5,7 @@
 
 #include <ole2.h>
 
+#include <cstdlib>
 #include <cstring>
 
 namespace {
@@ -144,4 +145,50 @@ TEST_F(WinUiTest, TextDraggedOntoATaskFocusesTheTasksPassedOverAndTheDropOpensTh
         EXPECT_EQ(menus.shown->Owner(), &Pane());
     }
     SetPopupHost(previous);
+}
+
+TEST_F(WinUiTest, TheDropMenuShowsAtThePointerAndEscapingItFilesNothing) {
+    OleInitialize(nullptr);
+    win::ui::InstallHosts(explorer);
+    win::ui::TFormWindow& pane = PaneWindow(Pane(), 980, 0, 300, 800);
+    HWND tree = pane.ControlHandle(Tree());
+    Tree().FullExpand();
+    win::ui::RefreshAll();
+    Pump();
+    // The pointer on Borealis Shipping, the third line.
+    HTREEITEM third = TreeView_GetNextVisible(tree, TreeView_GetNextVisible(tree, TreeView_GetRoot(tree)));
+    RECT r;
+    std::memcpy(&r, &third, sizeof third);
+    ASSERT_TRUE(SendMessageW(tree, TVM_GETITEMRECT, TRUE, reinterpret_cast<LPARAM>(&r)));
+    POINT over{(r.left + r.right) / 2, (r.top + r.bottom) / 2};
+    ClientToScreen(tree, &over);
+    const int filed = Globals().MemDataEmails->RecordCount();
+    // The system's pointer, as the add-in reads it at the drop.
+    host_->Screen->SetCursorPos({over.x, over.y});
+
+    std::vector<std::string> shown;
+    POINT at{};
+    WhileMenu(
+        [&] {
+            TDragData data(true);
+            TDragHand hand({over, over});
+            DWORD effect = DROPEFFECT_NONE;
+            DoDragDrop(&data, &hand, DROPEFFECT_COPY | DROPEFFECT_MOVE, &effect);
+        },
+        [&](HMENU menu) {
+            shown = MenuEntries(menu);
+            RECT box;
+            GetWindowRect(ShownMenu(), &box);
+            at = POINT{box.left, box.top};
+            Shot("menu-drop", {ShownMenu(), pane.Handle()});
+        });
+    // At the pointer, on the task dropped on.
+    EXPECT_LE(std::abs(at.x - over.x), 4);
+    EXPECT_LE(std::abs(at.y - over.y), 4);
+    EXPECT_EQ(Tree().FocusedNode(), Node(borealis));
+    ASSERT_FALSE(shown.empty());
+    EXPECT_EQ(shown.front(), "Copy here");
+    EXPECT_EQ(shown.back(), "Cancel");
+    Pump();
+    EXPECT_EQ(Globals().MemDataEmails->RecordCount(), filed);
 }

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <cctype>
+#include <cstdlib>
 
 #include "base/DateTime.h"
 #include "tasks/uTasks.h"
@@ -163,6 +164,20 @@ TEST_F(WinUiTest, TheTaskPaneShowsEveryNodeWithItsStyleAndFollowsAClickOnANode) 
     }
     EXPECT_EQ(drawn[0], (std::vector<std::string>{"Clients", "bold"}));
     EXPECT_EQ(drawn[3], (std::vector<std::string>{"Internal", "bold", "strike"}));
+    // Above the lines, a header of the tree's shown columns: the tree's, the importance's
+    // picture, the due date.
+    HWND header = FindWindowExW(GetParent(tree), nullptr, WC_HEADERW, nullptr);
+    ASSERT_NE(header, nullptr);
+    ASSERT_EQ(SendMessageW(header, HDM_GETITEMCOUNT, 0, 0), 3);
+    wchar_t caption[64] = {};
+    HDITEMW item{};
+    item.mask = HDI_TEXT | HDI_FORMAT;
+    item.pszText = caption;
+    item.cchTextMax = 64;
+    SendMessageW(header, HDM_GETITEMW, 2, reinterpret_cast<LPARAM>(&item));
+    EXPECT_EQ(win::ui::U(caption), "Due date");
+    SendMessageW(header, HDM_GETITEMW, 1, reinterpret_cast<LPARAM>(&item));
+    EXPECT_TRUE(item.fmt & HDF_IMAGE);
     // The focused task's name and number stand above the tree.
     EXPECT_EQ(Text(pane.ControlHandle(Pane().Label3)), Globals().TaskFullDescription);
     EXPECT_EQ(Text(pane.ControlHandle(Pane().Label3)), "Clients \\ Acme Ltd");
@@ -202,10 +217,11 @@ TEST_F(WinUiTest, TheTimesheetShowsItsRecordsGroupsAndSumsAsTheGridHoldsThem) {
         for (const TcxGridViewRow& row : rows) {
             const std::vector<std::string>& texts = drawn[line];
             if (row.Kind == TcxGridRowKind::Record) {
-                // Every shown column of the first line, in order, with its display text.
+                // Every shown column of the first line, in order, with its display text; the
+                // grouping column's text stands on the group's line instead.
                 std::vector<std::string> want;
                 for (TcxGridDBColumn* c : Grid().VisibleColumns())
-                    if (Grid().ColumnLine(*c) == 0) {
+                    if (Grid().ColumnLine(*c) == 0 && c != Grid().GroupingColumn()) {
                         if (!c->OwnerDrawn()) want.push_back(Grid().DisplayTexts(row.Index, *c));
                         else if (auto cell = Grid().DrawCell(row.Index, *c); !cell.Done) want.push_back(cell.Text);
                     }
@@ -351,7 +367,7 @@ TEST_F(WinUiTest, PicturesOfTheDialogsAndTheTimer) {
             win::ui::TFormWindow* w = win::ui::FindFormWindow(f);
             ASSERT_NE(w, nullptr);
             EXPECT_TRUE(IsWindowVisible(w->Handle())) << name;
-            Shot(name);
+            Shot(name, {w->Handle()});
             f.Close();
         });
         EXPECT_TRUE(seen) << name;
@@ -375,7 +391,7 @@ TEST_F(WinUiTest, PicturesOfTheDialogsAndTheTimer) {
     EXPECT_EQ(r.left, Timer().Left());
     EXPECT_EQ(r.top, Timer().Top());
     EXPECT_EQ(r.right - r.left, Timer().Width());
-    Shot("timer");
+    Shot("timer", {timer});
     // The chooser, from the timer's own button: a borderless window below the timer.
     SendMessageW(windows.back()->ControlHandle(Timer().Button1), BM_CLICK, 0, 0);
     ASSERT_TRUE(Chooser().Visible());
@@ -383,7 +399,7 @@ TEST_F(WinUiTest, PicturesOfTheDialogsAndTheTimer) {
     Pump();
     GetWindowRect(windows.back()->Handle(), &r);
     EXPECT_EQ(r.top, Chooser().Top());
-    Shot("dialog-choose-task");
+    Shot("dialog-choose-task", {windows.back()->Handle()});
     Chooser().Close();
 }
 
@@ -408,4 +424,44 @@ TEST_F(WinUiTest, PicturesOfTheExplorerWithTheTaskPaneAndEachItemPane) {
         }
         Shot(std::string("explorer-") + names[i]);
     }
+}
+
+TEST_F(WinUiTest, ARightClickOnATaskShowsTheTaskMenuWithItsPicturesAtThePointer) {
+    win::ui::InstallHosts(explorer);
+    Tree().FullExpand();
+    win::ui::TFormWindow& pane = PaneWindow(Pane(), 980, 0, 300, 800);
+    HWND tree = pane.ControlHandle(Tree());
+    ASSERT_NE(tree, nullptr);
+    // The second line: Acme Ltd.
+    HTREEITEM second = TreeView_GetNextVisible(tree, TreeView_GetRoot(tree));
+    RECT r;
+    std::memcpy(&r, &second, sizeof second);
+    ASSERT_TRUE(SendMessageW(tree, TVM_GETITEMRECT, TRUE, reinterpret_cast<LPARAM>(&r)));
+
+    std::vector<std::string> shown;
+    POINT at{};
+    WhileMenu([&] { ClickAt(tree, (r.left + r.right) / 2, (r.top + r.bottom) / 2, true); },
+              [&](HMENU menu) {
+                  shown = MenuEntries(menu);
+                  RECT box;
+                  GetWindowRect(ShownMenu(), &box);
+                  at = POINT{box.left, box.top};
+                  Shot("menu-task", {ShownMenu(), pane.Handle()});
+              });
+    // Every entry the menu holds, in order, each with its picture.
+    std::vector<std::string> want;
+    ASSERT_NE(Tree().PopupMenu, nullptr);
+    const TMenuItem& items = Tree().PopupMenu->Items();
+    for (int i = 0; i < items.Count(); ++i) {
+        const TMenuItem& item = items.Items(i);
+        if (item.Visible() && !item.IsSeparator()) want.push_back(item.Caption() + (item.ImageIndex() >= 0 ? "+picture" : ""));
+    }
+    EXPECT_EQ(shown, want);
+    EXPECT_EQ(shown.front(), "New &root task+picture");
+    // At the pointer, on the task clicked, which took the focus.
+    POINT pointer{(r.left + r.right) / 2, (r.top + r.bottom) / 2};
+    ClientToScreen(tree, &pointer);
+    EXPECT_LE(std::abs(at.x - pointer.x), 4);
+    EXPECT_LE(std::abs(at.y - pointer.y), 4);
+    EXPECT_EQ(Tree().FocusedNode(), Node(acme));
 }

@@ -23,6 +23,7 @@
 #include "tasks/ufmAddTask.h"
 #include "tasks/ufmNewTask.h"
 #include "time/TimeFixture.h"
+#include "win/res/Glyphs.h"
 #include "win/ui/DrawnRecord.h"
 #include "win/ui/Views.h"
 #include "win/ui/WinUi.h"
@@ -40,44 +41,22 @@ protected:
         explorer = CreateWindowExW(0, wc.lpszClassName, L"Outlook", WS_POPUP | WS_VISIBLE | WS_CLIPCHILDREN, 0, 0, 1280,
                                    800, nullptr, nullptr, wc.hInstance, nullptr);
         ASSERT_NE(explorer, nullptr);
-        win::ui::SetImageListProvider([this](const TcxImageList* list) { return Glyphs(list); });
+        // The screen the forms place themselves on is the one the windows show on.
+        RECT work{};
+        SystemParametersInfoW(SPI_GETWORKAREA, 0, &work, 0);
+        host_->Screen->SetWorkArea({work.left, work.top, work.right, work.bottom});
+        // The add-in's own glyphs, found as Corvelle.dll finds them.
+        win::ui::SetImageListProvider([](const TForm* form, const TcxImageList* list) -> HIMAGELIST {
+            if (list && list->Owner()) return win::res::ImageList(list->Owner()->Name() + "." + list->Name());
+            return form ? win::res::FormImageList(form->Name()) : nullptr;
+        });
     }
     void TearDown() override {
         windows.clear();
         win::ui::UninstallHosts();
         win::ui::SetImageListProvider(nullptr);
         DestroyWindow(explorer);
-        for (HIMAGELIST l : {shared_, cells_})
-            if (l) ImageList_Destroy(l);
         TimeTest::TearDown();
-    }
-
-    // Plain numbered squares stand in for the add-in's glyphs.
-    HIMAGELIST Glyphs(const TcxImageList* list) {
-        HIMAGELIST& l = list ? cells_ : shared_;
-        if (l) return l;
-        l = ImageList_Create(16, 16, ILC_COLOR24 | ILC_MASK, 32, 0);
-        HDC screen = GetDC(nullptr);
-        for (int i = 0; i < 32; ++i) {
-            HDC dc = CreateCompatibleDC(screen);
-            HBITMAP bmp = CreateCompatibleBitmap(screen, 16, 16);
-            HGDIOBJ old = SelectObject(dc, bmp);
-            RECT r{0, 0, 16, 16};
-            HBRUSH b = CreateSolidBrush(RGB(40 + (i * 53) % 200, 90 + (i * 31) % 150, 160 + (i * 17) % 90));
-            FillRect(dc, &r, b);
-            DeleteObject(b);
-            SetBkMode(dc, TRANSPARENT);
-            SetTextColor(dc, RGB(255, 255, 255));
-            wchar_t digits[4];
-            wsprintfW(digits, L"%d", i);
-            DrawTextW(dc, digits, -1, &r, DT_CENTER | DT_VCENTER | DT_SINGLELINE);
-            SelectObject(dc, old);
-            ImageList_AddMasked(l, bmp, RGB(255, 0, 255));
-            DeleteObject(bmp);
-            DeleteDC(dc);
-        }
-        ReleaseDC(nullptr, screen);
-        return l;
     }
 
     // Lets the windows handle what is queued, for about so long.
@@ -105,6 +84,13 @@ protected:
         POINT p{x, y};
         ClientToScreen(hwnd, &p);
         SetCursorPos(p.x, p.y);
+        // The pointer is there before the button goes down (a desktop under load lags).
+        for (int i = 0; i < 20; ++i) {
+            Pump(25);
+            POINT now{};
+            GetCursorPos(&now);
+            if (now.x == p.x && now.y == p.y) break;
+        }
         Pump(50);
         for (int n = 0; n < (twice ? 2 : 1); ++n) {
             INPUT in[2] = {};
@@ -118,11 +104,24 @@ protected:
     }
 
     // A picture of the screen, when the wrapper script takes them (CORVELLE_SCREENSHOTS).
-    static void Shot(const std::string& name) {
+    // With windows given, the part of the screen their client areas cover is written beside the
+    // picture (NAME.box, as "WxH+X+Y"), for the pictures cut from it (without a window manager,
+    // frames and captions are not drawn).
+    static void Shot(const std::string& name, std::vector<HWND> windows = {}) {
         const char* dir = std::getenv("CORVELLE_SCREENSHOTS");
         if (!dir || !*dir) return;
         Pump(400);
         std::filesystem::path base = std::filesystem::path(dir) / name;
+        RECT box{};
+        for (HWND w : windows) {
+            RECT r;
+            if (!w || !GetClientRect(w, &r)) continue;
+            MapWindowPoints(w, nullptr, reinterpret_cast<POINT*>(&r), 2);
+            UnionRect(&box, &box, &r);
+        }
+        if (!IsRectEmpty(&box))
+            std::ofstream(base.string() + ".box") << box.right - box.left << "x" << box.bottom - box.top << "+" << box.left
+                                                  << "+" << box.top << "\n";
         std::filesystem::remove(base.string() + ".done");
         std::ofstream(base.string() + ".request") << name;
         auto until = std::chrono::steady_clock::now() + std::chrono::seconds(20);
@@ -150,6 +149,52 @@ protected:
         pending = nullptr;
     }
 
+    // The popup menu that shows, if one does.
+    static HWND ShownMenu() {
+        for (HWND w = FindWindowExW(nullptr, nullptr, L"#32768", nullptr); w; w = FindWindowExW(nullptr, w, L"#32768", nullptr))
+            if (IsWindowVisible(w)) return w;
+        return nullptr;
+    }
+
+    // Opens a popup menu and, once it shows (its own loop runs meanwhile), does what inside says
+    // with the menu's entries, then closes the menu as a click elsewhere does. A menu that never
+    // shows is given up after ten seconds.
+    static void WhileMenu(const std::function<void()>& open, const std::function<void(HMENU)>& inside) {
+        static std::function<void(HMENU)> pending;
+        static int ticks = 0;
+        pending = inside;
+        ticks = 0;
+        UINT_PTR timer = SetTimer(nullptr, 0, 200, [](HWND, UINT, UINT_PTR id, DWORD) {
+            HWND shown = ShownMenu();
+            if (!pending || (!shown && ++ticks < 50)) return;
+            KillTimer(nullptr, id);
+            auto run = std::move(pending);
+            pending = nullptr;
+            if (shown) run(reinterpret_cast<HMENU>(SendMessageW(shown, MN_GETHMENU, 0, 0)));
+            EndMenu();
+        });
+        open();
+        KillTimer(nullptr, timer);
+        pending = nullptr;
+    }
+
+    // A menu's entries as shown: the caption, and "+picture" after it for an entry with one.
+    static std::vector<std::string> MenuEntries(HMENU menu) {
+        std::vector<std::string> out;
+        for (int i = 0; menu && i < GetMenuItemCount(menu); ++i) {
+            wchar_t text[128] = {};
+            MENUITEMINFOW info{};
+            info.cbSize = sizeof info;
+            info.fMask = MIIM_FTYPE | MIIM_STRING | MIIM_BITMAP;
+            info.dwTypeData = text;
+            info.cch = 127;
+            GetMenuItemInfoW(menu, static_cast<UINT>(i), TRUE, &info);
+            if (info.fType & MFT_SEPARATOR) continue;
+            out.push_back(win::ui::U(text) + (info.hbmpItem ? "+picture" : ""));
+        }
+        return out;
+    }
+
     std::vector<TForm*> Dialogs() {
         auto& g = Globals();
         return {g.fmNewTask.get(), g.fmTimeMemo.get(), g.fmChooseTask.get(), g.fmTimer.get(),
@@ -171,8 +216,4 @@ protected:
 
     HWND explorer = nullptr;
     std::vector<std::unique_ptr<win::ui::TFormWindow>> windows;
-
-private:
-    HIMAGELIST shared_ = nullptr;
-    HIMAGELIST cells_ = nullptr;
 };

@@ -42,9 +42,9 @@ void ConnectViews() {
         if (!window) return nullptr;
         return std::make_unique<TPaneView>(std::move(window));
     });
-    ui::SetImageListProvider([](const TcxImageList* list) -> HIMAGELIST {
-        if (!list || !list->Owner()) return nullptr;
-        return res::ImageList(list->Owner()->Name() + "." + list->Name());
+    ui::SetImageListProvider([](const TForm* form, const TcxImageList* list) -> HIMAGELIST {
+        if (list && list->Owner()) return res::ImageList(list->Owner()->Name() + "." + list->Name());
+        return form ? res::FormImageList(form->Name()) : nullptr;
     });
 }
 

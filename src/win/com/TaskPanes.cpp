@@ -22,7 +22,7 @@ constexpr int32_t kClose = 0xF008;
 constexpr const char* kPaneProgId = "Corvelle.Pane";
 constexpr const char* kItemPaneTitle = "Corvelle items";
 constexpr int kTaskPaneWidth = 320;
-constexpr int kItemPaneHeight = 240;
+constexpr int kItemPaneHeight = 320;  // the timesheet's filters, and a dozen lines of its grid
 
 // Outlook's OlItemType of a folder's DefaultItemType as the forms manager's kinds; -1 for none.
 int ItemTypeOf(int outlookType) {

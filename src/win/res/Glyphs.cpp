@@ -49,6 +49,12 @@ HIMAGELIST ImageList(const std::string& imageListName) {
     return list;
 }
 
+HIMAGELIST FormImageList(const std::string& formName) {
+    for (const char* list : {".cxImageList1", ".ImageList1"})
+        if (Find(catalog::kLists, formName + list)) return ImageList(formName + list);
+    return nullptr;
+}
+
 int ImageCount(const std::string& imageListName) {
     const catalog::TEntry* e = Find(catalog::kLists, imageListName);
     return e ? e->count : 0;

@@ -17,6 +17,9 @@ namespace win::res {
 // The image list of that name, made once and kept for the life of the process (callers don't
 // destroy it); null when there is no such list or it cannot be made.
 HIMAGELIST ImageList(const std::string& imageListName);
+// The image list a form draws its own glyphs from (its tool bar, buttons, menus and tree): the
+// form's list of that name ("fmList.cxImageList1", "fmTimer.ImageList1"); null for a form of none.
+HIMAGELIST FormImageList(const std::string& formName);
 // The number of images the list holds (0 for an unknown name), and its image size in pixels.
 int ImageCount(const std::string& imageListName);
 int ImageSize(const std::string& imageListName);

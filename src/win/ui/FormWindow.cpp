@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "toolkit/Layout.h"
+#include "win/ui/VisualStyles.h"
 
 namespace win::ui {
 
@@ -143,6 +144,7 @@ void RegisterClasses() {
     static bool done = false;
     if (done) return;
     done = true;
+    TStyledScope styled;
     INITCOMMONCONTROLSEX icc{sizeof(icc), ICC_WIN95_CLASSES | ICC_DATE_CLASSES | ICC_TAB_CLASSES | ICC_BAR_CLASSES |
                                               ICC_LISTVIEW_CLASSES | ICC_TREEVIEW_CLASSES | ICC_UPDOWN_CLASS};
     InitCommonControlsEx(&icc);
@@ -207,6 +209,7 @@ TFormWindow* FindFormWindow(const TForm& form) {
 
 TFormWindowImpl::TFormWindowImpl(TForm& form, HWND parent, bool topLevel) : form_(form), topLevel_(topLevel) {
     RegisterClasses();
+    TStyledScope styled;
     HINSTANCE inst = GetModuleHandleW(nullptr);
     DWORD style = WS_CLIPCHILDREN, ex = WS_EX_CONTROLPARENT;
     int w = form.Width(), h = form.Height();

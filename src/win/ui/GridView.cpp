@@ -72,10 +72,11 @@ public:
     void Refresh() override {
         RefreshCommon(hwnd_);
         if (box_) SetText(box_, view_.GroupByBoxText());
-        // The header: the columns of a record's first line.
+        // The header: the columns of a record's first line (the grouping column's text stands on
+        // the group's line instead).
         std::vector<TcxGridDBColumn*> first;
         for (TcxGridDBColumn* c : view_.VisibleColumns())
-            if (view_.ColumnLine(*c) == 0) first.push_back(c);
+            if (view_.ColumnLine(*c) == 0 && c != view_.GroupingColumn()) first.push_back(c);
         if (first != header_) {
             while (SendMessageW(list_, LVM_DELETECOLUMN, 0, 0)) {
             }
@@ -88,6 +89,7 @@ public:
                 SendMessageW(list_, LVM_INSERTCOLUMNW, i, reinterpret_cast<LPARAM>(&col));
             }
             header_ = first;
+            FitColumns();
             FillWidth();
         }
         // The lines.
@@ -99,8 +101,11 @@ public:
                 lines.push_back({row.Kind, row.Index, 0});
         }
         lines_ = std::move(lines);
-        if (static_cast<int>(SendMessageW(list_, LVM_GETITEMCOUNT, 0, 0)) != static_cast<int>(lines_.size()))
+        if (static_cast<int>(SendMessageW(list_, LVM_GETITEMCOUNT, 0, 0)) != static_cast<int>(lines_.size())) {
             SendMessageW(list_, LVM_SETITEMCOUNT, lines_.size(), LVSICF_NOSCROLL);
+            FitColumns();
+            FillWidth();
+        }
         // The focused record's first line is the list's selection.
         int focused = view_.FocusedRecordIndex(), selected = -1;
         for (size_t i = 0; i < lines_.size(); ++i)
@@ -178,6 +183,29 @@ public:
     }
 
 private:
+    // A first-line column (the last one aside, which takes the rest) widens to its widest text
+    // among the first records, so that dates and names show whole; it never narrows.
+    void FitColumns() {
+        if (header_.size() < 2) return;
+        HDC dc = GetDC(list_);
+        HGDIOBJ old = SelectObject(dc, DialogFont());
+        const int records = std::min(view_.RecordCount(), 200);
+        for (size_t i = 0; i + 1 < header_.size(); ++i) {
+            TcxGridDBColumn* c = header_[i];
+            if (c->OwnerDrawn()) continue;
+            int widest = 0;
+            for (int r = 0; r < records; ++r) {
+                std::wstring text = W(view_.DisplayTexts(r, *c));
+                SIZE size{};
+                GetTextExtentPoint32W(dc, text.c_str(), static_cast<int>(text.size()), &size);
+                widest = std::max(widest, static_cast<int>(size.cx) + 12);
+            }
+            if (widest > SendMessageW(list_, LVM_GETCOLUMNWIDTH, i, 0)) SendMessageW(list_, LVM_SETCOLUMNWIDTH, i, widest);
+        }
+        SelectObject(dc, old);
+        ReleaseDC(list_, dc);
+    }
+
     // The left and right edges of each first-line column as the header has them now.
     std::vector<std::pair<int, int>> Edges() const {
         std::vector<std::pair<int, int>> out;
@@ -193,7 +221,7 @@ private:
     HIMAGELIST CellImages() const {
         if (view_.Owner())
             for (TComponent* c : view_.Owner()->Components())
-                if (auto* list = dynamic_cast<TcxImageList*>(c)) return ImageListFor(list);
+                if (auto* list = dynamic_cast<TcxImageList*>(c)) return ImageListFor(view_.Owner(), list);
         return nullptr;
     }
 
@@ -227,7 +255,7 @@ private:
         }
         std::vector<TcxGridDBColumn*> on;
         for (TcxGridDBColumn* c : view_.VisibleColumns())
-            if (view_.ColumnLine(*c) == subline) on.push_back(c);
+            if (view_.ColumnLine(*c) == subline && c != view_.GroupingColumn()) on.push_back(c);
         int x = edges.empty() ? r.left : edges.front().first;
         int right = edges.empty() ? r.right : std::max<int>(edges.back().second, r.right);
         for (size_t i = 0; i < on.size(); ++i) {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "win/ui/FormWindowImpl.h"
+#include "win/ui/Pictures.h"
 
 namespace win::ui {
 
@@ -15,7 +16,16 @@ TImageListProvider& Provider() {
     return provider;
 }
 
-void AddItems(HMENU menu, const TMenuItem& parent, std::map<UINT, TMenuItem*>& ids) {
+// The bitmaps of the menu being shown, deleted when it closes.
+struct TMenuPictures {
+    HIMAGELIST list = nullptr;
+    std::vector<HBITMAP> made;
+    ~TMenuPictures() {
+        for (HBITMAP b : made) DeleteObject(b);
+    }
+};
+
+void AddItems(HMENU menu, const TMenuItem& parent, std::map<UINT, TMenuItem*>& ids, TMenuPictures& pictures) {
     for (int i = 0; i < parent.Count(); ++i) {
         TMenuItem& item = parent.Items(i);
         if (!item.Visible()) continue;
@@ -27,12 +37,21 @@ void AddItems(HMENU menu, const TMenuItem& parent, std::map<UINT, TMenuItem*>& i
         std::wstring caption = W(item.Caption());
         if (item.Count() > 0) {
             HMENU sub = CreatePopupMenu();
-            AddItems(sub, item, ids);
+            AddItems(sub, item, ids, pictures);
             AppendMenuW(menu, flags | MF_POPUP, reinterpret_cast<UINT_PTR>(sub), caption.c_str());
         } else {
             UINT id = static_cast<UINT>(ids.size() + 1);
             ids[id] = &item;
             AppendMenuW(menu, flags, id, caption.c_str());
+        }
+        // The entry's picture beside its caption.
+        if (HBITMAP picture = MenuBitmap(pictures.list, item.ImageIndex())) {
+            pictures.made.push_back(picture);
+            MENUITEMINFOW info{};
+            info.cbSize = sizeof info;
+            info.fMask = MIIM_BITMAP;
+            info.hbmpItem = picture;
+            SetMenuItemInfoW(menu, static_cast<UINT>(GetMenuItemCount(menu) - 1), TRUE, &info);
         }
     }
 }
@@ -104,16 +123,18 @@ bool installed = false;
 
 void SetImageListProvider(TImageListProvider provider) { Provider() = std::move(provider); }
 
-HIMAGELIST ImageListFor(const TcxImageList* list) {
+HIMAGELIST ImageListFor(const TForm* form, const TcxImageList* list) {
     HIMAGELIST out = nullptr;
-    if (Provider()) Guarded("pictures", [&] { out = Provider()(list); });
+    if (Provider()) Guarded("pictures", [&] { out = Provider()(form, list); });
     return out;
 }
 
 void TrackMenu(TPopupMenu& menu, HWND owner, int x, int y) {
     std::map<UINT, TMenuItem*> ids;
+    TMenuPictures pictures;
+    pictures.list = ImageListFor(menu.Owner());
     HMENU popup = CreatePopupMenu();
-    AddItems(popup, menu.Items(), ids);
+    AddItems(popup, menu.Items(), ids, pictures);
     UINT picked = static_cast<UINT>(TrackPopupMenu(popup, TPM_RETURNCMD | TPM_RIGHTBUTTON | TPM_NONOTIFY, x, y, 0,
                                                    MenuOwner(owner), nullptr));
     DestroyMenu(popup);

@@ -1,7 +1,11 @@
-// The tree list's view: a tree view whose items stand for the tree's nodes. Texts and pictures
-// are asked for as they are drawn; bold and struck-out nodes come from the form's cell styles by
-// custom draw. Clicks, double clicks, the keyboard, expanding, the node drag and the drop from
-// other programs reach the tree as the scripted host's calls do.
+// The tree list's view: a tree view whose items stand for the tree's nodes, under a header of
+// the tree's shown columns. The first column is the tree itself; the others stand at the right
+// of each line, drawn after the line by custom draw (a column of a blank caption is a column of
+// pictures, its header the list's first picture). Texts and pictures are asked for as they are
+// drawn; bold and struck-out nodes come from the form's cell styles by custom draw. Clicks, double
+// clicks, the keyboard, expanding, the node drag and the drop from other programs reach the tree
+// as the scripted host's calls do.
+#include <algorithm>
 #include <cstring>
 #include <map>
 #include <vector>
@@ -24,9 +28,13 @@ public:
     }
 
     void Create(HWND parent) override {
-        hwnd_ = MakeWindow(parent, WC_TREEVIEWW, "",
-                           WS_VISIBLE | WS_TABSTOP | TVS_HASBUTTONS | TVS_HASLINES | TVS_LINESATROOT | TVS_SHOWSELALWAYS,
-                           WS_EX_CLIENTEDGE);
+        for (int i = 0; i < tree_.ColumnCount(); ++i)
+            if (tree_.Columns(i).Visible && &tree_.Columns(i) != tree_.FirstVisibleColumn()) columns_.push_back(&tree_.Columns(i));
+        if (!columns_.empty()) header_ = MakeWindow(parent, WC_HEADERW, "", WS_VISIBLE | HDS_HORZ | HDS_NOSIZING);
+        DWORD style = WS_VISIBLE | WS_TABSTOP | TVS_HASBUTTONS | TVS_HASLINES | TVS_LINESATROOT | TVS_SHOWSELALWAYS;
+        // The columns stand where the lines end: the lines do not scroll sideways.
+        if (!columns_.empty()) style |= TVS_NOHSCROLL;
+        hwnd_ = MakeWindow(parent, WC_TREEVIEWW, "", style, WS_EX_CLIENTEDGE);
         SetWindowSubclass(hwnd_, &TTreeView::DragProc, 1, reinterpret_cast<DWORD_PTR>(this));
         // The drop from other programs, when the form takes one on this tree.
         if (tree_.Owner())
@@ -39,13 +47,30 @@ public:
         }
     }
 
+    void Place(int x, int y, int w, int h) override {
+        int top = 0;
+        if (header_) {
+            RECT area{0, 0, w, h};
+            WINDOWPOS pos{};
+            HDLAYOUT layout{&area, &pos};
+            SendMessageW(header_, HDM_LAYOUT, 0, reinterpret_cast<LPARAM>(&layout));
+            top = pos.cy;
+            MoveWindow(header_, x, y, w, top, TRUE);
+        }
+        MoveWindow(hwnd_, x, y + top, w, h > top ? h - top : 0, TRUE);
+        LayOutColumns();
+    }
+
     void Refresh() override {
         RefreshCommon(hwnd_);
-        HIMAGELIST list = ImageListFor(nullptr);
+        if (header_) RefreshCommon(header_);
+        HIMAGELIST list = ImageListFor(tree_.Owner());
         if (list != images_) {
             images_ = list;
             SendMessageW(hwnd_, TVM_SETIMAGELIST, TVSIL_NORMAL, reinterpret_cast<LPARAM>(list));
+            if (header_) SendMessageW(header_, HDM_SETIMAGELIST, 0, reinterpret_cast<LPARAM>(list));
         }
+        if (header_) LayOutColumns();
         // The nodes: made again when the tree's shape changed.
         std::vector<const TcxTreeListNode*> shape;
         for (int i = 0; i < tree_.Count(); ++i) Collect(tree_.Items(i), shape);
@@ -109,7 +134,13 @@ public:
                     cd->clrText = GetSysColor(COLOR_HIGHLIGHTTEXT);
                     cd->clrTextBk = GetSysColor(COLOR_HIGHLIGHT);
                 }
-                result = CDRF_NEWFONT;
+                result = CDRF_NEWFONT | (columns_.empty() ? 0 : CDRF_NOTIFYPOSTPAINT);
+                return true;
+            }
+            if (cd->nmcd.dwDrawStage == CDDS_ITEMPOSTPAINT) {
+                auto* node = reinterpret_cast<TcxTreeListNode*>(cd->nmcd.lItemlParam);
+                Guarded("columns", [&] { DrawColumns(cd->nmcd.hdc, cd->nmcd.rc, node); });
+                result = CDRF_DODEFAULT;
                 return true;
             }
             result = CDRF_DODEFAULT;
@@ -196,6 +227,100 @@ private:
         return column ? node->Texts(column->ItemIndex()) : std::string();
     }
 
+    // The width of a column at the right: a column of pictures holds one; another its caption or
+    // a date, whichever is wider.
+    int ColumnWidth(const TcxDBTreeListColumn& column) const {
+        if (PictureColumn(column)) return 24;
+        HDC dc = GetDC(hwnd_);
+        HGDIOBJ old = SelectObject(dc, DialogFont());
+        SIZE caption{}, date{};
+        std::wstring text = W(column.Caption);
+        GetTextExtentPoint32W(dc, text.c_str(), static_cast<int>(text.size()), &caption);
+        GetTextExtentPoint32W(dc, L"00/00/0000", 10, &date);
+        SelectObject(dc, old);
+        ReleaseDC(hwnd_, dc);
+        return std::max(caption.cx, date.cx) + 16;
+    }
+
+    static bool PictureColumn(const TcxDBTreeListColumn& column) {
+        return column.Caption.find_first_not_of(' ') == std::string::npos;
+    }
+
+    // The header's items over the tree's client area: the first column takes what the others
+    // leave; the last reaches over the scroll bar.
+    void LayOutColumns() {
+        if (!header_) return;
+        RECT client, outer;
+        GetClientRect(hwnd_, &client);
+        GetWindowRect(hwnd_, &outer);
+        if (widths_.size() != columns_.size())
+            for (TcxDBTreeListColumn* c : columns_) widths_.push_back(ColumnWidth(*c));
+        std::vector<int> widths = widths_;
+        int others = 0;
+        for (int w : widths) others += w;
+        const int frame = (outer.right - outer.left) - client.right;  // the borders and the scroll bar
+        widths.insert(widths.begin(), std::max(0, static_cast<int>(client.right) - others + 2));
+        widths.back() += std::max(0, frame - 2);
+        std::vector<TcxDBTreeListColumn*> all{tree_.FirstVisibleColumn()};
+        all.insert(all.end(), columns_.begin(), columns_.end());
+        const int count = static_cast<int>(SendMessageW(header_, HDM_GETITEMCOUNT, 0, 0));
+        for (size_t i = 0; i < all.size(); ++i) {
+            std::wstring text = W(all[i] && !PictureColumn(*all[i]) ? all[i]->Caption : std::string());
+            HDITEMW item{};
+            item.mask = HDI_WIDTH | HDI_TEXT | HDI_FORMAT;
+            item.cxy = widths[i];
+            item.pszText = text.data();
+            item.fmt = HDF_STRING | HDF_LEFT;
+            if (i > 0 && PictureColumn(*all[i])) {
+                item.mask |= HDI_IMAGE;
+                item.fmt = HDF_IMAGE | HDF_CENTER;
+                item.iImage = 0;
+            }
+            if (static_cast<int>(i) >= count) {
+                SendMessageW(header_, HDM_INSERTITEMW, i, reinterpret_cast<LPARAM>(&item));
+                continue;
+            }
+            HDITEMW now{};
+            now.mask = HDI_WIDTH;
+            SendMessageW(header_, HDM_GETITEMW, i, reinterpret_cast<LPARAM>(&now));
+            if (now.cxy != item.cxy) SendMessageW(header_, HDM_SETITEMW, i, reinterpret_cast<LPARAM>(&item));
+        }
+    }
+
+    // The cells of the columns at the right of a node's line.
+    void DrawColumns(HDC dc, RECT line, TcxTreeListNode* node) {
+        RECT client;
+        GetClientRect(hwnd_, &client);
+        if (widths_.size() != columns_.size()) return;
+        int x = client.right;
+        for (int w : widths_) x -= w;
+        RECT area{x, line.top, client.right, line.bottom};
+        FillRect(dc, &area, GetSysColorBrush(COLOR_WINDOW));
+        SetBkMode(dc, TRANSPARENT);
+        SetTextColor(dc, GetSysColor(COLOR_WINDOWTEXT));
+        for (size_t i = 0; i < columns_.size(); ++i) {
+            TcxDBTreeListColumn* c = columns_[i];
+            const int w = widths_[i];
+            RECT cell{x, line.top, x + w, line.bottom};
+            if (PictureColumn(*c)) {
+                int image = c->ImageIndexOfValue(node->Values(c->ItemIndex()));
+                if (image >= 0 && images_)
+                    ImageList_Draw(images_, image, dc, x + (w - 16) / 2, line.top + (line.bottom - line.top - 16) / 2,
+                                   ILD_TRANSPARENT);
+            } else {
+                TFontStyles style;
+                Guarded("style", [&] { style = tree_.CellStyle(node, *c); });
+                HGDIOBJ old = SelectObject(dc, Font(style));
+                cell.left += 4;
+                cell.right -= 2;
+                std::wstring text = W(node->Texts(c->ItemIndex()));
+                DrawTextW(dc, text.c_str(), -1, &cell, DT_LEFT | DT_VCENTER | DT_SINGLELINE | DT_NOPREFIX | DT_END_ELLIPSIS);
+                SelectObject(dc, old);
+            }
+            x += w;
+        }
+    }
+
     HFONT Font(TFontStyles style) {
         int key = (style.Bold ? 1 : 0) | (style.StrikeOut ? 2 : 0);
         auto it = fonts_.find(key);
@@ -273,6 +398,9 @@ private:
     }
 
     TcxDBTreeList& tree_;
+    std::vector<TcxDBTreeListColumn*> columns_;  // shown at the right, in order
+    HWND header_ = nullptr;
+    std::vector<int> widths_;
     TDMTextTarget* drop_ = nullptr;
     HIMAGELIST images_ = nullptr;
     std::vector<const TcxTreeListNode*> shape_;

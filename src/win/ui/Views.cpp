@@ -8,6 +8,8 @@
 
 #include "platform/Text.h"
 #include "win/ui/FormWindowImpl.h"
+#include "win/ui/Pictures.h"
+#include "win/ui/VisualStyles.h"
 
 namespace win::ui {
 
@@ -64,6 +66,7 @@ HFONT DialogFont() {
 
 HWND TView::MakeWindow(HWND parent, const wchar_t* cls, const std::string& text, DWORD style, DWORD exStyle) {
     static int nextId = 100;
+    TStyledScope styled;
     HWND h = CreateWindowExW(exStyle, cls, W(text).c_str(), WS_CHILD | WS_CLIPSIBLINGS | style, 0, 0, 10, 10, parent,
                              reinterpret_cast<HMENU>(static_cast<INT_PTR>(nextId++)), GetModuleHandleW(nullptr), nullptr);
     if (!h) throw EInvalidOperation("The window of " + control_.Name() + " could not be made");
@@ -256,11 +259,11 @@ public:
         RefreshCommon(hwnd_);
         auto& b = static_cast<TCustomButton&>(control_);
         SetText(hwnd_, b.Caption());
-        // A button of a picture alone shows the picture.
-        if (b.Caption().empty() && b.ImageIndex() != image_) {
+        // The button's picture: alone on a button of no caption, before the caption on another.
+        if (b.ImageIndex() != image_) {
             image_ = b.ImageIndex();
-            HIMAGELIST list = ImageListFor(nullptr);
-            HICON icon = list && image_ >= 0 ? ImageList_GetIcon(list, image_, ILD_TRANSPARENT) : nullptr;
+            HIMAGELIST list = ImageListFor(control_.Owner());
+            HICON icon = list && image_ >= 0 ? ButtonIcon(list, image_) : nullptr;
             HICON old = reinterpret_cast<HICON>(SendMessageW(hwnd_, BM_SETIMAGE, IMAGE_ICON, reinterpret_cast<LPARAM>(icon)));
             if (old && old != icon) DestroyIcon(old);
         }
@@ -463,7 +466,7 @@ public:
     }
     void Refresh() override {
         RefreshCommon(hwnd_);
-        HIMAGELIST list = ImageListFor(nullptr);
+        HIMAGELIST list = ImageListFor(control_.Owner());
         if (list != images_) {
             images_ = list;
             SendMessageW(hwnd_, TB_SETIMAGELIST, 0, reinterpret_cast<LPARAM>(list));

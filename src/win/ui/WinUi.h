@@ -44,12 +44,13 @@ void RefreshAll();
 // timers itself (the script bridge) turns them off.
 void SetFormTimersRun(bool run);
 
-// Where pictures come from. The provider gets a form's image list, or nullptr for the add-in's
-// shared glyphs (tool bars, buttons, menus, the task tree's states); it returns the image list to
-// draw from, or null for none (the default: nothing is drawn).
-using TImageListProvider = std::function<HIMAGELIST(const TcxImageList* list)>;
+// Where pictures come from. The provider gets a form and one of its image lists (the grids'
+// cells), or the form and nullptr for the pictures of the form's own glyphs (its tool bar, buttons
+// and menus, the task tree's states); it returns the image list to draw from, or null for none
+// (the default: nothing is drawn). The form may be null (a menu of no form).
+using TImageListProvider = std::function<HIMAGELIST(const TForm* form, const TcxImageList* list)>;
 void SetImageListProvider(TImageListProvider provider);
-HIMAGELIST ImageListFor(const TcxImageList* list);
+HIMAGELIST ImageListFor(const TForm* form, const TcxImageList* list = nullptr);
 
 // The hosts of a desktop: a modal loop on real windows (the owner disabled, timers and other
 // windows running meanwhile, the form's modal result ending it) and menus tracked at the pointer.

@@ -541,34 +541,32 @@ bool TExplorerWindow::ChooseTab(const std::string& text) {
     for (const auto& p : panes_) {
         auto* pane = static_cast<TPane*>(p.Get());
         if (!pane->Visible() || !pane->Frame()) continue;
-        struct TSearch {
-            HWND tabs = nullptr;
-        } search;
+        // Every tab control in the pane: its own strip, and those of the forms inside it.
+        std::vector<HWND> strips;
         EnumChildWindows(
             pane->Frame(),
             [](HWND w, LPARAM found) {
                 wchar_t name[64] = {};
                 GetClassNameW(w, name, 64);
-                if (std::wstring(name) != WC_TABCONTROLW) return TRUE;
-                reinterpret_cast<TSearch*>(found)->tabs = w;
-                return FALSE;
+                if (std::wstring(name) == WC_TABCONTROLW) reinterpret_cast<std::vector<HWND>*>(found)->push_back(w);
+                return TRUE;
             },
-            reinterpret_cast<LPARAM>(&search));
-        if (!search.tabs) continue;
-        for (int i = 0; i < TabCtrl_GetItemCount(search.tabs); ++i) {
-            wchar_t label[128] = {};
-            TCITEMW item{};
-            item.mask = TCIF_TEXT;
-            item.pszText = label;
-            item.cchTextMax = 128;
-            TabCtrl_GetItem(search.tabs, i, &item);
-            if (wanted != label) continue;
-            // As the tab control tells its parent of a click on a tab.
-            TabCtrl_SetCurSel(search.tabs, i);
-            NMHDR header{search.tabs, static_cast<UINT_PTR>(GetDlgCtrlID(search.tabs)), static_cast<UINT>(TCN_SELCHANGE)};
-            SendMessageW(GetParent(search.tabs), WM_NOTIFY, header.idFrom, reinterpret_cast<LPARAM>(&header));
-            return true;
-        }
+            reinterpret_cast<LPARAM>(&strips));
+        for (HWND tabs : strips)
+            for (int i = 0; i < TabCtrl_GetItemCount(tabs); ++i) {
+                wchar_t label[128] = {};
+                TCITEMW item{};
+                item.mask = TCIF_TEXT;
+                item.pszText = label;
+                item.cchTextMax = 128;
+                TabCtrl_GetItem(tabs, i, &item);
+                if (wanted != label) continue;
+                // As the tab control tells its parent of a click on a tab.
+                TabCtrl_SetCurSel(tabs, i);
+                NMHDR header{tabs, static_cast<UINT_PTR>(GetDlgCtrlID(tabs)), static_cast<UINT>(TCN_SELCHANGE)};
+                SendMessageW(GetParent(tabs), WM_NOTIFY, header.idFrom, reinterpret_cast<LPARAM>(&header));
+                return true;
+            }
     }
     return false;
 }
@@ -583,6 +581,17 @@ void TExplorerWindow::Forget(TPane* pane) {
 // ---------------------------------------------------------------------------------------------
 
 void SaveScreenshot(HWND window, const std::wstring& file) {
+    // The windows first catch up with what the commands before did: the add-in's panes read
+    // their forms again twice a second.
+    for (DWORD until = GetTickCount() + 600; static_cast<LONG>(until - GetTickCount()) > 0;) {
+        MSG msg;
+        while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
+            TranslateMessage(&msg);
+            DispatchMessageW(&msg);
+        }
+        Sleep(20);
+    }
+    if (window) RedrawWindow(window, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW | RDW_ALLCHILDREN);
     RECT r{};
     if (window) {
         // The window's client area: its frame is the window manager's, when there is one.

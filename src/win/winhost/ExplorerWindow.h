@@ -70,7 +70,8 @@ private:
     bool failPanes_ = false;
 };
 
-// Saves the screen (window null) or the window's client area as a PNG file; raises with the
+// Saves the screen (window null) or the window's client area as a PNG file, once the thread's
+// windows have handled what waits for them for a little over half a second; raises with the
 // reason when it cannot.
 void SaveScreenshot(HWND window, const std::wstring& file);
 
