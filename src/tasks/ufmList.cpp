@@ -43,6 +43,7 @@ TfmList::TfmList()
     cl1Description.SortOrder = TcxSortOrder::soAscending;
     cl1Importance.Caption = " ";
     cl1Importance.Focusing = false;
+    cl1Importance.ValueImages = {{2, 0}, {0, 1}};  // high, low; normal shows none
     cl1DueDate.Caption = "Due date";
     cl1PercentComplete.Caption = "%";
     cxDBTreeList1.KeyField = "ID";

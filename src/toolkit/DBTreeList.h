@@ -46,7 +46,16 @@ public:
     std::string Caption;
     TcxSortOrder SortOrder = TcxSortOrder::soNone;
     bool Focusing = true;  // whether the column's cells can take the focus
-    int ImageIndexOfValue(const Variant&) const { return -1; }
+    // A column that shows a picture by its integer value instead of a text: each listed value
+    // with its index in the tree's images; other values and null show none.
+    std::vector<std::pair<int64_t, int>> ValueImages;
+    bool ShowsPictures() const { return !ValueImages.empty(); }
+    int ImageIndexOfValue(const Variant& value) const {
+        if (value.type() != Variant::Type::Integer) return -1;
+        for (const auto& [v, image] : ValueImages)
+            if (v == value.AsInt64()) return image;
+        return -1;
+    }
 
 private:
     friend class TcxDBTreeList;

@@ -180,6 +180,18 @@ TEST_F(TaskTest, PicturesAndFontsFollowDatesStatusAndCompletion) {
     Complete(child, today);
     TFontStyles doneChild = Tree().CellStyle(Node(child), Pane().cl1Description);
     EXPECT_TRUE(doneChild.StrikeOut && !doneChild.Bold);
+
+    // The importance column shows the high and the low picture; normal, and none, show nothing.
+    const TcxDBTreeListColumn& importance = Pane().cl1Importance;
+    int pictures[] = {1, -1, 0};  // low, normal, high
+    for (int value = 0; value <= 2; ++value) {
+        Tasks().Locate("ID", Variant(child));
+        Tasks().Edit();
+        Tasks().FieldByName("Importance").SetAsInteger(value);
+        Tasks().Post();
+        EXPECT_EQ(importance.ImageIndexOfValue(Node(child)->Values(importance.ItemIndex())), pictures[value]) << value;
+    }
+    EXPECT_EQ(importance.ImageIndexOfValue(Variant()), -1);
 }
 
 TEST_F(TaskTest, NumbersCountCompletedSiblingsAndGiveADeletedHighestAgain) {

@@ -242,9 +242,7 @@ private:
         return std::max(caption.cx, date.cx) + 16;
     }
 
-    static bool PictureColumn(const TcxDBTreeListColumn& column) {
-        return column.Caption.find_first_not_of(' ') == std::string::npos;
-    }
+    static bool PictureColumn(const TcxDBTreeListColumn& column) { return column.ShowsPictures(); }
 
     // The header's items over the tree's client area: the first column takes what the others
     // leave; the last reaches over the scroll bar.
