@@ -106,6 +106,80 @@ TcxDBTreeList::TcxDBTreeList(TForm* owner, std::string name, TControl* parent)
 
 TcxDBTreeList::~TcxDBTreeList() {
     if (DataSet()) DataSet()->RemoveObserver(this);
+    LeaveNodes();
+}
+
+namespace {
+
+uint64_t NextBindingEpoch() {
+    static uint64_t last = 0;
+    return ++last;
+}
+
+// The node objects of trees gone, by table and binding, the latest first; a few at most.
+struct TLeftNodes {
+    const TdxMemData* table = nullptr;
+    std::vector<int> binding;
+    uint64_t epoch = 0;
+    std::vector<std::unique_ptr<TcxTreeListNode>> byBookmark;
+    std::unordered_map<TBookmark, std::unique_ptr<TcxTreeListNode>> others;
+};
+std::vector<TLeftNodes>& LeftNodes() {
+    static std::vector<TLeftNodes> left;
+    return left;
+}
+constexpr size_t kLeftNodes = 3;
+
+}  // namespace
+
+void TcxDBTreeList::LeaveNodes() {
+    const TdxMemData* t = DataSet();
+    if (!t || placedBinding_.empty() || (byBookmark_.empty() && storage_.empty())) return;
+    // Nodes detached: each is placed again by the tree that takes it.
+    auto detach = [](TcxTreeListNode* n) {
+        n->tree_ = nullptr;
+        n->parent_ = nullptr;
+        n->children_.clear();
+        n->row_ = -1;
+        n->absoluteIndex_ = -1;
+    };
+    for (auto& n : byBookmark_)
+        if (n) detach(n.get());
+    for (auto& [b, n] : storage_) detach(n.get());
+    auto& left = LeftNodes();
+    left.erase(std::remove_if(left.begin(), left.end(),
+                              [&](const TLeftNodes& l) { return l.table == t && l.binding == placedBinding_; }),
+               left.end());
+    TLeftNodes mine;
+    mine.table = t;
+    mine.binding = placedBinding_;
+    mine.epoch = bindingEpoch_;
+    mine.byBookmark = std::move(byBookmark_);
+    mine.others = std::move(storage_);
+    left.insert(left.begin(), std::move(mine));
+    if (left.size() > kLeftNodes) left.pop_back();
+    roots_.clear();
+    all_.clear();
+    rowToNode_.clear();
+    focused_ = nullptr;
+}
+
+bool TcxDBTreeList::TakeLeftNodes(const std::vector<int>& binding) {
+    if (!byBookmark_.empty() || !storage_.empty()) return false;
+    auto& left = LeftNodes();
+    const TdxMemData* t = DataSet();
+    for (auto it = left.begin(); it != left.end(); ++it) {
+        if (it->table != t || it->binding != binding) continue;
+        byBookmark_ = std::move(it->byBookmark);
+        storage_ = std::move(it->others);
+        bindingEpoch_ = it->epoch;
+        left.erase(it);
+        for (auto& n : byBookmark_)
+            if (n) n->tree_ = this;
+        for (auto& [b, n] : storage_) n->tree_ = this;
+        return true;
+    }
+    return false;
 }
 
 void TcxDBTreeList::SetDataSource(TDataSource* source) {
@@ -330,15 +404,60 @@ const TField* TcxDBTreeList::ColumnField(int column) const {
 
 namespace {
 
+// The key and parent cells of every row as integers, read once per version of the rows and
+// shared by the trees over the table (a version of the rows belongs to one table alone).
+struct TKeyColumns {
+    uint64_t rowsVersion = 0;
+    int fieldCount = 0, keyField = -1, parentField = -1;
+    std::vector<int64_t> key, parent;
+    std::vector<uint8_t> keyKind, parentKind;  // 0 null, 1 integer, 2 anything else
+};
+
+uint8_t KindOf(const TCell& c, int64_t& out) {
+    if (std::holds_alternative<std::monostate>(c)) return 0;
+    if (const auto* i = std::get_if<int64_t>(&c)) {
+        out = *i;
+        return 1;
+    }
+    return 2;
+}
+
+std::shared_ptr<const TKeyColumns> KeyColumnsOf(const TdxMemData& t, const TField& key, const TField& parent) {
+    static std::vector<std::shared_ptr<TKeyColumns>> kept;  // the latest first, a few at most
+    for (const auto& k : kept)
+        if (k->rowsVersion == t.RowsVersion() && k->fieldCount == t.FieldCount() && k->keyField == key.Index() &&
+            k->parentField == parent.Index() && k->key.size() == static_cast<size_t>(t.RowCount()))
+            return k;
+    auto k = std::make_shared<TKeyColumns>();
+    k->rowsVersion = t.RowsVersion();
+    k->fieldCount = t.FieldCount();
+    k->keyField = key.Index();
+    k->parentField = parent.Index();
+    const size_t n = static_cast<size_t>(t.RowCount());
+    k->key.assign(n, 0);
+    k->parent.assign(n, 0);
+    k->keyKind.assign(n, 0);
+    k->parentKind.assign(n, 0);
+    for (size_t r = 0; r < n; ++r) {
+        k->keyKind[r] = KindOf(t.Cell(static_cast<int>(r), key.Index()), k->key[r]);
+        k->parentKind[r] = KindOf(t.Cell(static_cast<int>(r), parent.Index()), k->parent[r]);
+    }
+    kept.insert(kept.begin(), k);
+    if (kept.size() > 4) kept.pop_back();
+    return k;
+}
+
 // The rows of each parent key. A key is matched by its text, as a value shows; when every key
 // and parent cell is an integer of a field shown as an integer, the integers stand for the texts.
 class TParentIndex {
 public:
     TParentIndex(const TdxMemData& t, const TField& key, const TField& parent, const std::vector<int>& rows)
-        : t_(t), key_(key), parent_(parent) {
+        : t_(t), key_(key), parent_(parent), kept_(KeyColumnsOf(t, key, parent)), cols_(*kept_) {
         ints_ = ShownAsInteger(key) && ShownAsInteger(parent);
-        for (size_t i = 0; ints_ && i < rows.size(); ++i)
-            ints_ = IntegerOrNull(t.Cell(rows[i], key.Index())) && IntegerOrNull(t.Cell(rows[i], parent.Index()));
+        for (size_t i = 0; ints_ && i < rows.size(); ++i) {
+            const size_t r = static_cast<size_t>(rows[i]);
+            ints_ = cols_.keyKind[r] < 2 && cols_.parentKind[r] < 2;
+        }
     }
 
     // Files the rows under their parents; a row whose parent is the root value goes to roots.
@@ -355,13 +474,15 @@ public:
             }
         }
         for (int row : rows) {
-            const TCell& p = t_.Cell(row, parent_.Index());
-            if (std::holds_alternative<std::monostate>(p)) continue;
             if (ints_) {
-                int64_t v = std::get<int64_t>(p);
+                const size_t r = static_cast<size_t>(row);
+                if (cols_.parentKind[r] == 0) continue;
+                int64_t v = cols_.parent[r];
                 if (rootIsInt && v == rootInt) roots.push_back(row);
                 else byInt_[v].push_back(row);
             } else {
+                const TCell p = t_.Cell(row, parent_.Index());
+                if (std::holds_alternative<std::monostate>(p)) continue;
                 std::string text = parent_.CellToVariant(p).AsString();
                 if (!rootValue.IsNull() && text == root) roots.push_back(row);
                 else byText_[text].push_back(row);
@@ -381,15 +502,17 @@ public:
 
     // Takes the rows filed under a row's key away (each parent's rows are placed once).
     bool Take(int row, std::vector<int>& out) {
-        const TCell& k = t_.Cell(row, key_.Index());
-        if (std::holds_alternative<std::monostate>(k)) return false;
         if (ints_) {
-            auto it = byInt_.find(std::get<int64_t>(k));
+            const size_t r = static_cast<size_t>(row);
+            if (cols_.keyKind[r] == 0) return false;
+            auto it = byInt_.find(cols_.key[r]);
             if (it == byInt_.end()) return false;
             out = std::move(it->second);
             byInt_.erase(it);
             return true;
         }
+        const TCell k = t_.Cell(row, key_.Index());
+        if (std::holds_alternative<std::monostate>(k)) return false;
         auto it = byText_.find(key_.CellToVariant(k).AsString());
         if (it == byText_.end()) return false;
         out = std::move(it->second);
@@ -408,6 +531,8 @@ private:
     const TdxMemData& t_;
     const TField& key_;
     const TField& parent_;
+    std::shared_ptr<const TKeyColumns> kept_;  // held while the index lives
+    const TKeyColumns& cols_;
     bool ints_ = false;
     std::unordered_map<int64_t, std::vector<int>> byInt_;
     std::unordered_map<std::string, std::vector<int>> byText_;
@@ -451,8 +576,8 @@ void TcxDBTreeList::Rebuild() {
         binding.push_back(keyField->Index());
         binding.push_back(parentField->Index());
         if (binding != placedBinding_) {
+            if (!TakeLeftNodes(binding)) bindingEpoch_ = NextBindingEpoch();
             placedBinding_ = std::move(binding);
-            ++bindingEpoch_;
         }
 
         // Rows the table shows, grouped by their parent key.
