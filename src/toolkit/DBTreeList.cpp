@@ -411,7 +411,58 @@ struct TKeyColumns {
     int fieldCount = 0, keyField = -1, parentField = -1;
     std::vector<int64_t> key, parent;
     std::vector<uint8_t> keyKind, parentKind;  // 0 null, 1 integer, 2 anything else
+    bool allInts = true;                        // no cell of either is a 2
+    // Every row filed under its parent, in table order, for one root value; made when first
+    // asked for.
+    struct TChildLists {
+        bool valid = false;
+        bool rootIsInt = false;
+        int64_t rootInt = 0;
+        std::vector<int> roots;       // rows whose parent is the root value
+        std::vector<int> start, rows; // group g's rows are rows[start[g] .. start[g + 1])
+        std::vector<int> groupOfKey;  // by row: the group its key names, -1 for none
+    };
+    mutable TChildLists lists;
+    const TChildLists& ChildLists(bool rootIsInt, int64_t rootInt) const;
 };
+
+const TKeyColumns::TChildLists& TKeyColumns::ChildLists(bool rootIsInt, int64_t rootInt) const {
+    TChildLists& l = lists;
+    if (l.valid && l.rootIsInt == rootIsInt && l.rootInt == rootInt) return l;
+    const size_t n = key.size();
+    std::unordered_map<int64_t, int> groupOf;
+    groupOf.reserve(n);
+    std::vector<int> groupOfRow(n, -1), count;
+    l.roots.clear();
+    for (size_t r = 0; r < n; ++r) {
+        if (parentKind[r] != 1) continue;
+        const int64_t v = parent[r];
+        if (rootIsInt && v == rootInt) {
+            l.roots.push_back(static_cast<int>(r));
+            continue;
+        }
+        auto [it, added] = groupOf.emplace(v, static_cast<int>(count.size()));
+        if (added) count.push_back(0);
+        groupOfRow[r] = it->second;
+        ++count[static_cast<size_t>(it->second)];
+    }
+    l.start.assign(count.size() + 1, 0);
+    for (size_t g = 0; g < count.size(); ++g) l.start[g + 1] = l.start[g] + count[g];
+    std::vector<int> next(l.start.begin(), l.start.end() - 1);
+    l.rows.assign(static_cast<size_t>(l.start.back()), 0);
+    for (size_t r = 0; r < n; ++r)
+        if (groupOfRow[r] >= 0) l.rows[static_cast<size_t>(next[static_cast<size_t>(groupOfRow[r])]++)] = static_cast<int>(r);
+    l.groupOfKey.assign(n, -1);
+    for (size_t r = 0; r < n; ++r) {
+        if (keyKind[r] != 1) continue;
+        auto it = groupOf.find(key[r]);
+        if (it != groupOf.end()) l.groupOfKey[r] = it->second;
+    }
+    l.rootIsInt = rootIsInt;
+    l.rootInt = rootInt;
+    l.valid = true;
+    return l;
+}
 
 uint8_t KindOf(const TCell& c, int64_t& out) {
     if (std::holds_alternative<std::monostate>(c)) return 0;
@@ -441,6 +492,7 @@ std::shared_ptr<const TKeyColumns> KeyColumnsOf(const TdxMemData& t, const TFiel
     for (size_t r = 0; r < n; ++r) {
         k->keyKind[r] = KindOf(t.Cell(static_cast<int>(r), key.Index()), k->key[r]);
         k->parentKind[r] = KindOf(t.Cell(static_cast<int>(r), parent.Index()), k->parent[r]);
+        k->allInts = k->allInts && k->keyKind[r] < 2 && k->parentKind[r] < 2;
     }
     kept.insert(kept.begin(), k);
     if (kept.size() > 4) kept.pop_back();
@@ -473,6 +525,18 @@ public:
                 rootIsInt = false;
             }
         }
+        // Rows in table order over a table of integer keys: the kept lists, less the rows not
+        // shown, are what filing them one by one gives.
+        if (ints_ && cols_.allInts &&
+            std::adjacent_find(rows.begin(), rows.end(), std::greater_equal<int>()) == rows.end()) {
+            lists_ = &cols_.ChildLists(rootIsInt, rootInt);
+            shown_.assign(cols_.key.size(), 0);
+            for (int row : rows) shown_[static_cast<size_t>(row)] = 1;
+            taken_.assign(lists_->start.size() - 1, 0);
+            for (int row : lists_->roots)
+                if (shown_[static_cast<size_t>(row)]) roots.push_back(row);
+            return;
+        }
         for (int row : rows) {
             if (ints_) {
                 const size_t r = static_cast<size_t>(row);
@@ -496,12 +560,24 @@ public:
     // Each parent's rows, as filed.
     template <class F>
     void ForEachGroup(F&& f) {
+        if (lists_) {
+            std::vector<int> rows;
+            for (size_t g = 0; g + 1 < lists_->start.size(); ++g)
+                if (!taken_[g] && ShownOfGroup(g, rows)) f(rows);
+            return;
+        }
         for (auto& [key, rows] : byInt_) f(rows);
         for (auto& [key, rows] : byText_) f(rows);
     }
 
     // Takes the rows filed under a row's key away (each parent's rows are placed once).
     bool Take(int row, std::vector<int>& out) {
+        if (lists_) {
+            const int g = lists_->groupOfKey[static_cast<size_t>(row)];
+            if (g < 0 || taken_[static_cast<size_t>(g)]) return false;
+            taken_[static_cast<size_t>(g)] = 1;
+            return ShownOfGroup(static_cast<size_t>(g), out);
+        }
         if (ints_) {
             const size_t r = static_cast<size_t>(row);
             if (cols_.keyKind[r] == 0) return false;
@@ -524,8 +600,13 @@ private:
     static bool ShownAsInteger(const TField& f) {
         return f.DataType() != TFieldType::ftBoolean && f.DataType() != TFieldType::ftCurrency;
     }
-    static bool IntegerOrNull(const TCell& c) {
-        return std::holds_alternative<std::monostate>(c) || std::holds_alternative<int64_t>(c);
+    bool ShownOfGroup(size_t g, std::vector<int>& out) const {
+        out.clear();
+        for (int i = lists_->start[g]; i < lists_->start[g + 1]; ++i) {
+            const int row = lists_->rows[static_cast<size_t>(i)];
+            if (shown_[static_cast<size_t>(row)]) out.push_back(row);
+        }
+        return !out.empty();
     }
 
     const TdxMemData& t_;
@@ -533,6 +614,8 @@ private:
     const TField& parent_;
     std::shared_ptr<const TKeyColumns> kept_;  // held while the index lives
     const TKeyColumns& cols_;
+    const TKeyColumns::TChildLists* lists_ = nullptr;  // when filed from the kept lists
+    std::vector<uint8_t> shown_, taken_;
     bool ints_ = false;
     std::unordered_map<int64_t, std::vector<int>> byInt_;
     std::unordered_map<std::string, std::vector<int>> byText_;

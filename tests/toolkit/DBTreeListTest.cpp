@@ -516,3 +516,50 @@ TEST_F(TreeFixture, ATreeMadeAfterAnotherWentReadsAsOneMadeAfreshAfterEachKindOf
     PaneTree again(ds);
     EXPECT_EQ(again.tree.VisibleNodes().size(), static_cast<size_t>(again.tree.Count()));
 }
+
+// Odd parent links (a key twice, a row its own parent, two rows each other's, a row with no
+// parent): a view listed in table order gives the tree the same view listed backwards gives,
+// whole or in part.
+TEST(TreeKeys, OddParentLinksGiveTheSameTreeWhateverOrderTheViewListsItsRows) {
+    TdxMemData table("Folders");
+    table.AddField("ID", TFieldType::ftInteger);
+    table.AddField("Parent", TFieldType::ftInteger);
+    table.AddField("Name", TFieldType::ftString, 20);
+    table.Open();
+    auto add = [&](int id, int parent, const char* name) {
+        table.Append();
+        table.FieldByName("ID").SetAsInteger(id);
+        if (parent != 0) table.FieldByName("Parent").SetAsInteger(parent);
+        table.FieldByName("Name").SetAsString(name);
+        table.Post();
+    };
+    add(1, -1, "a root");
+    add(2, 1, "b child");
+    add(2, 1, "c a second key 2");
+    add(3, 2, "d under key 2");
+    add(4, 4, "e its own parent");
+    add(5, 6, "f in a ring");
+    add(6, 5, "g in a ring");
+    add(7, 0, "h no parent");
+    add(8, 1, "i child");
+    add(9, 8, "j grandchild");
+    TDataSource ds{"ds", &table};
+    auto dumpOf = [&](std::vector<int> positions) {
+        table.SetProgrammedFilter(true);
+        table.FilterList() = std::move(positions);
+        table.SetFiltered(true);
+        TcxDBTreeList tree("tree");
+        tree.ParentField = "Parent";
+        tree.CreateColumn("n", "Name").SortOrder = TcxSortOrder::soAscending;
+        tree.SetDataSource(&ds);
+        return Dump(tree);
+    };
+    const std::string whole = dumpOf({1, 2, 3, 4, 5, 6, 7, 8, 9, 10});
+    EXPECT_EQ(whole, dumpOf({10, 9, 8, 7, 6, 5, 4, 3, 2, 1}));
+    EXPECT_NE(whole.find("1/0/1 2<1: b child=b child\n2/0/2 3<2: d under key 2"), std::string::npos) << whole;
+    EXPECT_EQ(whole.find("ring"), std::string::npos);
+    EXPECT_EQ(whole.find("own parent"), std::string::npos);
+    const std::string part = dumpOf({1, 3, 4, 9, 10});
+    EXPECT_EQ(part, dumpOf({10, 9, 4, 3, 1}));
+    EXPECT_NE(part.find("c a second key 2=c a second key 2\n2/0/2 3<2"), std::string::npos) << part;
+}
