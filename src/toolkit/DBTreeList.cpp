@@ -106,6 +106,80 @@ TcxDBTreeList::TcxDBTreeList(TForm* owner, std::string name, TControl* parent)
 
 TcxDBTreeList::~TcxDBTreeList() {
     if (DataSet()) DataSet()->RemoveObserver(this);
+    LeaveNodes();
+}
+
+namespace {
+
+uint64_t NextBindingEpoch() {
+    static uint64_t last = 0;
+    return ++last;
+}
+
+// The node objects of trees gone, by table and binding, the latest first; a few at most.
+struct TLeftNodes {
+    const TdxMemData* table = nullptr;
+    std::vector<int> binding;
+    uint64_t epoch = 0;
+    std::vector<std::unique_ptr<TcxTreeListNode>> byBookmark;
+    std::unordered_map<TBookmark, std::unique_ptr<TcxTreeListNode>> others;
+};
+std::vector<TLeftNodes>& LeftNodes() {
+    static std::vector<TLeftNodes> left;
+    return left;
+}
+constexpr size_t kLeftNodes = 3;
+
+}  // namespace
+
+void TcxDBTreeList::LeaveNodes() {
+    const TdxMemData* t = DataSet();
+    if (!t || placedBinding_.empty() || (byBookmark_.empty() && storage_.empty())) return;
+    // Nodes detached: each is placed again by the tree that takes it.
+    auto detach = [](TcxTreeListNode* n) {
+        n->tree_ = nullptr;
+        n->parent_ = nullptr;
+        n->children_.clear();
+        n->row_ = -1;
+        n->absoluteIndex_ = -1;
+    };
+    for (auto& n : byBookmark_)
+        if (n) detach(n.get());
+    for (auto& [b, n] : storage_) detach(n.get());
+    auto& left = LeftNodes();
+    left.erase(std::remove_if(left.begin(), left.end(),
+                              [&](const TLeftNodes& l) { return l.table == t && l.binding == placedBinding_; }),
+               left.end());
+    TLeftNodes mine;
+    mine.table = t;
+    mine.binding = placedBinding_;
+    mine.epoch = bindingEpoch_;
+    mine.byBookmark = std::move(byBookmark_);
+    mine.others = std::move(storage_);
+    left.insert(left.begin(), std::move(mine));
+    if (left.size() > kLeftNodes) left.pop_back();
+    roots_.clear();
+    all_.clear();
+    rowToNode_.clear();
+    focused_ = nullptr;
+}
+
+bool TcxDBTreeList::TakeLeftNodes(const std::vector<int>& binding) {
+    if (!byBookmark_.empty() || !storage_.empty()) return false;
+    auto& left = LeftNodes();
+    const TdxMemData* t = DataSet();
+    for (auto it = left.begin(); it != left.end(); ++it) {
+        if (it->table != t || it->binding != binding) continue;
+        byBookmark_ = std::move(it->byBookmark);
+        storage_ = std::move(it->others);
+        bindingEpoch_ = it->epoch;
+        left.erase(it);
+        for (auto& n : byBookmark_)
+            if (n) n->tree_ = this;
+        for (auto& [b, n] : storage_) n->tree_ = this;
+        return true;
+    }
+    return false;
 }
 
 void TcxDBTreeList::SetDataSource(TDataSource* source) {
@@ -330,15 +404,112 @@ const TField* TcxDBTreeList::ColumnField(int column) const {
 
 namespace {
 
+// The key and parent cells of every row as integers, read once per version of the rows and
+// shared by the trees over the table (a version of the rows belongs to one table alone).
+struct TKeyColumns {
+    uint64_t rowsVersion = 0;
+    int fieldCount = 0, keyField = -1, parentField = -1;
+    std::vector<int64_t> key, parent;
+    std::vector<uint8_t> keyKind, parentKind;  // 0 null, 1 integer, 2 anything else
+    bool allInts = true;                        // no cell of either is a 2
+    // Every row filed under its parent, in table order, for one root value; made when first
+    // asked for.
+    struct TChildLists {
+        bool valid = false;
+        bool rootIsInt = false;
+        int64_t rootInt = 0;
+        std::vector<int> roots;       // rows whose parent is the root value
+        std::vector<int> start, rows; // group g's rows are rows[start[g] .. start[g + 1])
+        std::vector<int> groupOfKey;  // by row: the group its key names, -1 for none
+    };
+    mutable TChildLists lists;
+    const TChildLists& ChildLists(bool rootIsInt, int64_t rootInt) const;
+};
+
+const TKeyColumns::TChildLists& TKeyColumns::ChildLists(bool rootIsInt, int64_t rootInt) const {
+    TChildLists& l = lists;
+    if (l.valid && l.rootIsInt == rootIsInt && l.rootInt == rootInt) return l;
+    const size_t n = key.size();
+    std::unordered_map<int64_t, int> groupOf;
+    groupOf.reserve(n);
+    std::vector<int> groupOfRow(n, -1), count;
+    l.roots.clear();
+    for (size_t r = 0; r < n; ++r) {
+        if (parentKind[r] != 1) continue;
+        const int64_t v = parent[r];
+        if (rootIsInt && v == rootInt) {
+            l.roots.push_back(static_cast<int>(r));
+            continue;
+        }
+        auto [it, added] = groupOf.emplace(v, static_cast<int>(count.size()));
+        if (added) count.push_back(0);
+        groupOfRow[r] = it->second;
+        ++count[static_cast<size_t>(it->second)];
+    }
+    l.start.assign(count.size() + 1, 0);
+    for (size_t g = 0; g < count.size(); ++g) l.start[g + 1] = l.start[g] + count[g];
+    std::vector<int> next(l.start.begin(), l.start.end() - 1);
+    l.rows.assign(static_cast<size_t>(l.start.back()), 0);
+    for (size_t r = 0; r < n; ++r)
+        if (groupOfRow[r] >= 0) l.rows[static_cast<size_t>(next[static_cast<size_t>(groupOfRow[r])]++)] = static_cast<int>(r);
+    l.groupOfKey.assign(n, -1);
+    for (size_t r = 0; r < n; ++r) {
+        if (keyKind[r] != 1) continue;
+        auto it = groupOf.find(key[r]);
+        if (it != groupOf.end()) l.groupOfKey[r] = it->second;
+    }
+    l.rootIsInt = rootIsInt;
+    l.rootInt = rootInt;
+    l.valid = true;
+    return l;
+}
+
+uint8_t KindOf(const TCell& c, int64_t& out) {
+    if (std::holds_alternative<std::monostate>(c)) return 0;
+    if (const auto* i = std::get_if<int64_t>(&c)) {
+        out = *i;
+        return 1;
+    }
+    return 2;
+}
+
+std::shared_ptr<const TKeyColumns> KeyColumnsOf(const TdxMemData& t, const TField& key, const TField& parent) {
+    static std::vector<std::shared_ptr<TKeyColumns>> kept;  // the latest first, a few at most
+    for (const auto& k : kept)
+        if (k->rowsVersion == t.RowsVersion() && k->fieldCount == t.FieldCount() && k->keyField == key.Index() &&
+            k->parentField == parent.Index() && k->key.size() == static_cast<size_t>(t.RowCount()))
+            return k;
+    auto k = std::make_shared<TKeyColumns>();
+    k->rowsVersion = t.RowsVersion();
+    k->fieldCount = t.FieldCount();
+    k->keyField = key.Index();
+    k->parentField = parent.Index();
+    const size_t n = static_cast<size_t>(t.RowCount());
+    k->key.assign(n, 0);
+    k->parent.assign(n, 0);
+    k->keyKind.assign(n, 0);
+    k->parentKind.assign(n, 0);
+    for (size_t r = 0; r < n; ++r) {
+        k->keyKind[r] = KindOf(t.Cell(static_cast<int>(r), key.Index()), k->key[r]);
+        k->parentKind[r] = KindOf(t.Cell(static_cast<int>(r), parent.Index()), k->parent[r]);
+        k->allInts = k->allInts && k->keyKind[r] < 2 && k->parentKind[r] < 2;
+    }
+    kept.insert(kept.begin(), k);
+    if (kept.size() > 4) kept.pop_back();
+    return k;
+}
+
 // The rows of each parent key. A key is matched by its text, as a value shows; when every key
 // and parent cell is an integer of a field shown as an integer, the integers stand for the texts.
 class TParentIndex {
 public:
     TParentIndex(const TdxMemData& t, const TField& key, const TField& parent, const std::vector<int>& rows)
-        : t_(t), key_(key), parent_(parent) {
+        : t_(t), key_(key), parent_(parent), kept_(KeyColumnsOf(t, key, parent)), cols_(*kept_) {
         ints_ = ShownAsInteger(key) && ShownAsInteger(parent);
-        for (size_t i = 0; ints_ && i < rows.size(); ++i)
-            ints_ = IntegerOrNull(t.Cell(rows[i], key.Index())) && IntegerOrNull(t.Cell(rows[i], parent.Index()));
+        for (size_t i = 0; ints_ && i < rows.size(); ++i) {
+            const size_t r = static_cast<size_t>(rows[i]);
+            ints_ = cols_.keyKind[r] < 2 && cols_.parentKind[r] < 2;
+        }
     }
 
     // Files the rows under their parents; a row whose parent is the root value goes to roots.
@@ -354,14 +525,28 @@ public:
                 rootIsInt = false;
             }
         }
+        // Rows in table order over a table of integer keys: the kept lists, less the rows not
+        // shown, are what filing them one by one gives.
+        if (ints_ && cols_.allInts &&
+            std::adjacent_find(rows.begin(), rows.end(), std::greater_equal<int>()) == rows.end()) {
+            lists_ = &cols_.ChildLists(rootIsInt, rootInt);
+            shown_.assign(cols_.key.size(), 0);
+            for (int row : rows) shown_[static_cast<size_t>(row)] = 1;
+            taken_.assign(lists_->start.size() - 1, 0);
+            for (int row : lists_->roots)
+                if (shown_[static_cast<size_t>(row)]) roots.push_back(row);
+            return;
+        }
         for (int row : rows) {
-            const TCell& p = t_.Cell(row, parent_.Index());
-            if (std::holds_alternative<std::monostate>(p)) continue;
             if (ints_) {
-                int64_t v = std::get<int64_t>(p);
+                const size_t r = static_cast<size_t>(row);
+                if (cols_.parentKind[r] == 0) continue;
+                int64_t v = cols_.parent[r];
                 if (rootIsInt && v == rootInt) roots.push_back(row);
                 else byInt_[v].push_back(row);
             } else {
+                const TCell p = t_.Cell(row, parent_.Index());
+                if (std::holds_alternative<std::monostate>(p)) continue;
                 std::string text = parent_.CellToVariant(p).AsString();
                 if (!rootValue.IsNull() && text == root) roots.push_back(row);
                 else byText_[text].push_back(row);
@@ -375,21 +560,35 @@ public:
     // Each parent's rows, as filed.
     template <class F>
     void ForEachGroup(F&& f) {
+        if (lists_) {
+            std::vector<int> rows;
+            for (size_t g = 0; g + 1 < lists_->start.size(); ++g)
+                if (!taken_[g] && ShownOfGroup(g, rows)) f(rows);
+            return;
+        }
         for (auto& [key, rows] : byInt_) f(rows);
         for (auto& [key, rows] : byText_) f(rows);
     }
 
     // Takes the rows filed under a row's key away (each parent's rows are placed once).
     bool Take(int row, std::vector<int>& out) {
-        const TCell& k = t_.Cell(row, key_.Index());
-        if (std::holds_alternative<std::monostate>(k)) return false;
+        if (lists_) {
+            const int g = lists_->groupOfKey[static_cast<size_t>(row)];
+            if (g < 0 || taken_[static_cast<size_t>(g)]) return false;
+            taken_[static_cast<size_t>(g)] = 1;
+            return ShownOfGroup(static_cast<size_t>(g), out);
+        }
         if (ints_) {
-            auto it = byInt_.find(std::get<int64_t>(k));
+            const size_t r = static_cast<size_t>(row);
+            if (cols_.keyKind[r] == 0) return false;
+            auto it = byInt_.find(cols_.key[r]);
             if (it == byInt_.end()) return false;
             out = std::move(it->second);
             byInt_.erase(it);
             return true;
         }
+        const TCell k = t_.Cell(row, key_.Index());
+        if (std::holds_alternative<std::monostate>(k)) return false;
         auto it = byText_.find(key_.CellToVariant(k).AsString());
         if (it == byText_.end()) return false;
         out = std::move(it->second);
@@ -401,13 +600,22 @@ private:
     static bool ShownAsInteger(const TField& f) {
         return f.DataType() != TFieldType::ftBoolean && f.DataType() != TFieldType::ftCurrency;
     }
-    static bool IntegerOrNull(const TCell& c) {
-        return std::holds_alternative<std::monostate>(c) || std::holds_alternative<int64_t>(c);
+    bool ShownOfGroup(size_t g, std::vector<int>& out) const {
+        out.clear();
+        for (int i = lists_->start[g]; i < lists_->start[g + 1]; ++i) {
+            const int row = lists_->rows[static_cast<size_t>(i)];
+            if (shown_[static_cast<size_t>(row)]) out.push_back(row);
+        }
+        return !out.empty();
     }
 
     const TdxMemData& t_;
     const TField& key_;
     const TField& parent_;
+    std::shared_ptr<const TKeyColumns> kept_;  // held while the index lives
+    const TKeyColumns& cols_;
+    const TKeyColumns::TChildLists* lists_ = nullptr;  // when filed from the kept lists
+    std::vector<uint8_t> shown_, taken_;
     bool ints_ = false;
     std::unordered_map<int64_t, std::vector<int>> byInt_;
     std::unordered_map<std::string, std::vector<int>> byText_;
@@ -451,8 +659,8 @@ void TcxDBTreeList::Rebuild() {
         binding.push_back(keyField->Index());
         binding.push_back(parentField->Index());
         if (binding != placedBinding_) {
+            if (!TakeLeftNodes(binding)) bindingEpoch_ = NextBindingEpoch();
             placedBinding_ = std::move(binding);
-            ++bindingEpoch_;
         }
 
         // Rows the table shows, grouped by their parent key.

@@ -258,6 +258,14 @@ private:
     const TField* ColumnField(int column) const;
     // The one node object of a bookmark, made when first asked for.
     TcxTreeListNode& NodeOfBookmark(TBookmark bookmark);
+    // A tree going away leaves its node objects for the next tree over the same table with the
+    // same columns, key and parent (the next explorer's): that tree takes them at its first
+    // build, and a node still placed over the same version of the rows reads none of its cells
+    // again. A node's cells are trusted only for the version of the rows and the binding they
+    // were read under, and both are unique in the process, so a node taken over rows that
+    // changed since reads them afresh.
+    void LeaveNodes();
+    bool TakeLeftNodes(const std::vector<int>& binding);
 
     TDataSource* source_ = nullptr;
     std::vector<std::unique_ptr<TcxDBTreeListColumn>> columns_;
@@ -275,7 +283,7 @@ private:
     std::vector<TcxTreeListNode*> rowToNode_;  // by the table's row index
     TBuiltFrom builtFrom_;
     std::vector<int> placedBinding_;  // the fields of the columns, then the key's and the parent's
-    uint64_t bindingEpoch_ = 1;
+    uint64_t bindingEpoch_ = 0;  // drawn from one count for all trees, so no two bindings share one
     std::shared_ptr<const TSiblingPlaces> siblingPlaces_;
     friend class TcxTreeListNode;
 };

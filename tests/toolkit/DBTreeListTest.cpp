@@ -401,3 +401,165 @@ TEST_F(TreeFixture, APostThatChangesNothingLeavesTheTreeAsItWasAndAChangeShows) 
     ASSERT_EQ(changes.size(), 1u);
     EXPECT_EQ(changes[0].second, b);
 }
+
+namespace {
+
+// A pane's tree with the fixture's columns, or with its number column first (another binding),
+// its focus changes told as (previous key, new key).
+struct PaneTree {
+    TcxDBTreeList tree{"pane"};
+    std::vector<std::pair<int, int>> changes;
+    explicit PaneTree(TDataSource& ds, bool numberFirst = false, bool expandAll = false) {
+        if (numberFirst) tree.CreateColumn("cl1Number", "Number", false);
+        auto& d = tree.CreateColumn("cl1Description", "Description");
+        d.SortOrder = TcxSortOrder::soAscending;
+        tree.CreateColumn("cl1DueDate", "Due_Date");
+        if (!numberFirst) tree.CreateColumn("cl1Number", "Number", false);
+        tree.OnFocusedNodeChanged = [this](TcxDBTreeList&, TcxTreeListNode* p, TcxTreeListNode* n) {
+            changes.emplace_back(p ? p->KeyValue().AsInteger() : -2, n ? n->KeyValue().AsInteger() : -2);
+        };
+        tree.SetDataSource(&ds);
+        if (expandAll) tree.FullExpand();
+    }
+};
+
+}  // namespace
+
+// A user closes the explorer and opens it again, with changes between: the new pane's tree
+// takes the node objects the last one left, and reads as a tree that shares nothing kept, with
+// the focus told as at any first build, whatever changed while no tree followed the table.
+TEST_F(TreeFixture, ATreeMadeAfterAnotherWentReadsAsOneMadeAfreshAfterEachKindOfChange) {
+    int a = Add("Acme", -1, 1);
+    int a1 = Add("Audit", a, 1);
+    Add("Lease", a, 2);
+    int b = Add("Borealis", -1, 2);
+    Add("Charter", b, 3);
+    auto reopen = [&](const char* step, bool numberFirst = false) {
+        SCOPED_TRACE(step);
+        std::string dump;
+        {
+            PaneTree pane(ds, numberFirst, true);
+            dump = Dump(pane.tree);
+            TcxTreeListNode* focused = pane.tree.FocusedNode();
+            if (focused) {
+                EXPECT_EQ(&focused->TreeList(), &pane.tree);
+                EXPECT_EQ(focused->KeyValue().AsInteger(), table->FieldByName("ID").AsInteger());
+                EXPECT_EQ(pane.changes, (std::vector<std::pair<int, int>>{{-2, focused->KeyValue().AsInteger()}}));
+            } else {
+                EXPECT_TRUE(pane.changes.empty());
+            }
+            if (pane.tree.AbsoluteCount() == 0) return;
+            // The node objects are the new tree's: a click through one moves the cursor.
+            TcxTreeListNode* first = pane.tree.AbsoluteItems(0);
+            pane.tree.SetFocusedNode(first);
+            EXPECT_EQ(table->FieldByName("ID").AsInteger(), first->KeyValue().AsInteger());
+        }
+        // Both column orders are dumped in the fixture's order for the comparison.
+        if (!numberFirst) {
+            PaneTree copy(ds, false, true);
+            EXPECT_EQ(dump, Dump(copy.tree));
+        }
+        std::unique_ptr<TdxMemData> other = MakeTable("Tasks");
+        std::string bytes;
+        table->SaveToStream(bytes);
+        other->LoadFromStream(bytes);
+        if (table->Filtered()) {
+            other->SetProgrammedFilter(true);
+            other->FilterList() = table->FilterList();
+            other->SetFiltered(true);
+        }
+        TDataSource ods{"other", other.get()};
+        PaneTree fresh(ods, numberFirst, true);
+        EXPECT_EQ(dump, Dump(fresh.tree));
+    };
+    table->Locate("ID", Variant(a1));
+    reopen("nothing changed");
+    reopen("nothing changed, twice");
+
+    // Rows edited, added and deleted while the fixture's tree, told of each, stays.
+    table->Locate("ID", Variant(a1));
+    table->Edit();
+    table->FieldByName("Description").SetAsString("Zoning");
+    table->FieldByName("Due_Date").SetAsDateTime(EncodeDate(2026, 3, 9));
+    table->Post();
+    reopen("a rename and a date");
+    Add("Dunmore", b, 4);
+    reopen("a row added");
+    table->Locate("ID", Variant(a));
+    table->Delete();
+    reopen("a parent deleted, its children left without one");
+    table->Locate("ID", Variant(b));
+    reopen("the cursor on a shown row");
+
+    // No tree over the table at all while it changes: the one left is the only witness.
+    tree.SetDataSource(nullptr);
+    table->Locate("ID", Variant(b));
+    table->Edit();
+    table->FieldByName("Description").SetAsString("Aurora");
+    table->Post();
+    reopen("a rename seen by no tree");
+    ShowPositions(*table, {3, 5});
+    reopen("a filter");
+    ShowPositions(*table, {});
+    table->SetProgrammedFilter(false);
+    table->SetFiltered(false);
+    reopen("the filter lifted");
+    reopen("another binding", true);
+    reopen("back to the first binding");
+
+    // A collapse in one pane is not the next pane's: each tree keeps its own expanded keys.
+    {
+        PaneTree pane(ds);
+        EXPECT_EQ(pane.tree.VisibleNodes().size(), static_cast<size_t>(pane.tree.Count()));
+        pane.tree.FullExpand();
+    }
+    PaneTree again(ds);
+    EXPECT_EQ(again.tree.VisibleNodes().size(), static_cast<size_t>(again.tree.Count()));
+}
+
+// Odd parent links (a key twice, a row its own parent, two rows each other's, a row with no
+// parent): a view listed in table order gives the tree the same view listed backwards gives,
+// whole or in part.
+TEST(TreeKeys, OddParentLinksGiveTheSameTreeWhateverOrderTheViewListsItsRows) {
+    TdxMemData table("Folders");
+    table.AddField("ID", TFieldType::ftInteger);
+    table.AddField("Parent", TFieldType::ftInteger);
+    table.AddField("Name", TFieldType::ftString, 20);
+    table.Open();
+    auto add = [&](int id, int parent, const char* name) {
+        table.Append();
+        table.FieldByName("ID").SetAsInteger(id);
+        if (parent != 0) table.FieldByName("Parent").SetAsInteger(parent);
+        table.FieldByName("Name").SetAsString(name);
+        table.Post();
+    };
+    add(1, -1, "a root");
+    add(2, 1, "b child");
+    add(2, 1, "c a second key 2");
+    add(3, 2, "d under key 2");
+    add(4, 4, "e its own parent");
+    add(5, 6, "f in a ring");
+    add(6, 5, "g in a ring");
+    add(7, 0, "h no parent");
+    add(8, 1, "i child");
+    add(9, 8, "j grandchild");
+    TDataSource ds{"ds", &table};
+    auto dumpOf = [&](std::vector<int> positions) {
+        table.SetProgrammedFilter(true);
+        table.FilterList() = std::move(positions);
+        table.SetFiltered(true);
+        TcxDBTreeList tree("tree");
+        tree.ParentField = "Parent";
+        tree.CreateColumn("n", "Name").SortOrder = TcxSortOrder::soAscending;
+        tree.SetDataSource(&ds);
+        return Dump(tree);
+    };
+    const std::string whole = dumpOf({1, 2, 3, 4, 5, 6, 7, 8, 9, 10});
+    EXPECT_EQ(whole, dumpOf({10, 9, 8, 7, 6, 5, 4, 3, 2, 1}));
+    EXPECT_NE(whole.find("1/0/1 2<1: b child=b child\n2/0/2 3<2: d under key 2"), std::string::npos) << whole;
+    EXPECT_EQ(whole.find("ring"), std::string::npos);
+    EXPECT_EQ(whole.find("own parent"), std::string::npos);
+    const std::string part = dumpOf({1, 3, 4, 9, 10});
+    EXPECT_EQ(part, dumpOf({10, 9, 4, 3, 1}));
+    EXPECT_NE(part.find("c a second key 2=c a second key 2\n2/0/2 3<2"), std::string::npos) << part;
+}
