@@ -101,6 +101,27 @@ TEST_F(TaskPanesTest, ATasksFolderHidesThePanesAndAMailFolderShowsThemAgainWitho
     EXPECT_TRUE(panes[1].visible);
 }
 
+TEST_F(TaskPanesTest, TheTaskPaneCannotBeClosedWhileTheItemPanesStayClosedUntilTheNextFolder) {
+    ASSERT_EQ(Run("start\n"), 0) << Output();
+    TExplorerWindow& explorer = *host_->Explorer();
+    ASSERT_TRUE(explorer.ClosePane("Corvelle"));
+    auto panes = Panes();
+    ASSERT_EQ(panes.size(), 2u);
+    EXPECT_TRUE(panes[0].visible);  // shown again at once
+    EXPECT_TRUE(IsWindowVisible(panes[0].frame));
+
+    ASSERT_TRUE(explorer.ClosePane("Corvelle items"));
+    panes = Panes();
+    EXPECT_TRUE(panes[0].visible);
+    EXPECT_FALSE(panes[1].visible);
+
+    ASSERT_EQ(Run("outlook select Calendar\n"), 0) << Output();
+    EXPECT_TRUE(Panes()[1].visible);
+    // A tasks folder hides both; the task pane does not come back there.
+    ASSERT_EQ(Run("outlook select Tasks\n"), 0) << Output();
+    EXPECT_FALSE(Panes()[0].visible);
+}
+
 TEST_F(TaskPanesTest, ClosingTheExplorerClosesThePanesAndTheirTablesAreThereAtTheNextStart) {
     ASSERT_EQ(Run("today 2026-03-05\nstart\nclick fmList.NewRootTask1\nset fmNewTask.Edit2 \"Acme Ltd\"\n"
                   "click fmNewTask.BitBtn1\n"),

@@ -19,6 +19,10 @@ constexpr const char* kExplorerEvents = "{0006300F-0000-0000-C000-000000000046}"
 constexpr int32_t kFolderSwitch = 0xF002;
 constexpr int32_t kClose = 0xF008;
 
+// Office's events of a custom task pane (_CustomTaskPaneEvents): the user hid or showed it.
+constexpr const char* kPaneEvents = "{000C033C-0000-0000-C000-000000000046}";
+constexpr int32_t kVisibleStateChange = 1;
+
 constexpr const char* kPaneProgId = "Corvelle.Pane";
 constexpr const char* kItemPaneTitle = "Corvelle items";
 constexpr int kTaskPaneWidth = 320;
@@ -61,11 +65,36 @@ private:
     TTaskPanes* owner_;
 };
 
+// A pane's events: its close box hid it, or it was shown again.
+class TPaneSink final : public platform::IDispatch {
+public:
+    TPaneSink(TTaskPanes* owner, size_t index) : owner_(owner), index_(index) {}
+    void Invoke(int32_t dispId, const std::vector<Variant>&) override {
+        if (owner_ && dispId == kVisibleStateChange) owner_->PaneVisibilityChanged(index_);
+    }
+    void Detach() { owner_ = nullptr; }
+
+private:
+    TTaskPanes* owner_;
+    size_t index_;
+};
+
 // One custom task pane: Office's pane and our control inside it.
 struct TTaskPanes::TPane {
     TComPtr<_CustomTaskPane> pane;
     TComPtr<IDispatch> control;
     IPaneControl* view = nullptr;
+    bool mayHide = true;  // every form in it may be hidden by the user
+    std::shared_ptr<TPaneSink> sink;
+    std::shared_ptr<platform::IConnectionPoint> events;
+    uint32_t cookie = 0;
+
+    void Unadvise() {
+        if (sink) sink->Detach();
+        if (events) Swallow([this] { events->Unadvise(cookie); });
+        events.reset();
+        sink.reset();
+    }
 };
 
 TTaskPanes::TTaskPanes(TAddInModule& module) : module_(module) {}
@@ -73,6 +102,7 @@ TTaskPanes::TTaskPanes(TAddInModule& module) : module_(module) {}
 TTaskPanes::~TTaskPanes() {
     Unadvise();
     for (auto& p : panes_) {
+        p->Unadvise();
         if (p->view) p->view->ClearPages();
         Swallow([&] { p->pane->Delete(); });
     }
@@ -170,14 +200,36 @@ void TTaskPanes::MakePanes() {
             failed_ = true;
             continue;
         }
+        for (const TPanePage& page : *place.pages)
+            if (!manager.Items(page.paneIndex).IsHiddenStateAllowed) pane->mayHide = false;
         pane->view->SetActivateHandler([this](int index) { module_.adxOlFormsManager1.ActivatePane(index); });
         pane->view->ShowPages(*place.pages);
         pane->pane->put_DockPosition(place.position);
         pane->pane->put_DockPositionRestrict(place.restriction);
         if (place.position == msoCTPDockPositionBottom) pane->pane->put_Height(kItemPaneHeight);
         else pane->pane->put_Width(kTaskPaneWidth);
+        try {
+            pane->sink = std::make_shared<TPaneSink>(this, panes_.size());
+            pane->events = FindOleConnectionPoint(pane->pane.Get(), kPaneEvents);
+            pane->cookie = pane->events->Advise(pane->sink);
+        } catch (const std::exception& e) {
+            LogError("The pane \"" + title + "\" does not hear of its close box: " + e.what());
+            pane->events.reset();
+        }
         panes_.push_back(std::move(pane));
     }
+}
+
+// A pane that holds a form the user may not hide (the task pane) is shown again when its close box
+// hid it while its folder shows the panes; the others stay hidden until the next folder switch.
+void TTaskPanes::PaneVisibilityChanged(size_t index) {
+    if (index >= panes_.size() || !shown_) return;
+    TPane& p = *panes_[index];
+    if (p.mayHide) return;
+    VARIANT_BOOL visible = VARIANT_TRUE;
+    if (FAILED(p.pane->get_Visible(&visible)) || visible) return;
+    HRESULT hr = p.pane->put_Visible(VARIANT_TRUE);
+    if (FAILED(hr)) LogError("The task pane could not be shown again (" + HresultText(hr) + ")");
 }
 
 void TTaskPanes::SetVisible(bool visible) {
@@ -197,6 +249,7 @@ void TTaskPanes::Stop() {
     if (formsMade_) module_.adxOlFormsManager1.ExplorerClosed();
     formsMade_ = false;
     for (auto& p : panes_) {
+        p->Unadvise();
         if (p->view) p->view->ClearPages();
         Swallow([&] { p->pane->Delete(); });
     }

@@ -44,6 +44,8 @@ public:
     void FolderSwitched();
     // The explorer closes, or the add-in goes first: the forms close, the panes go.
     void Stop();
+    // The user hid or showed the pane of that index (its close box).
+    void PaneVisibilityChanged(size_t index);
 
     // The panes made (0 or 2), and whether they are shown, for a test.
     size_t PaneCount() const { return panes_.size(); }

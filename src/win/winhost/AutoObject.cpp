@@ -137,6 +137,13 @@ void SetResult(VARIANT* result, TComPtr<IDispatch> object) {
 
 void SetDateResult(VARIANT* result, TDateTime value) { SetResult(result, Variant::FromDate(value)); }
 
+TComPtr<IConnectionPoint> NewConnectionPoint(IConnectionPointContainer* container, const IID& iid,
+                                             std::function<DWORD(TComPtr<IDispatch>)> advise,
+                                             std::function<bool(DWORD)> unadvise) {
+    return TComPtr<IConnectionPoint>::Attach(
+        new TAutoConnectionPoint(container, iid, std::move(advise), std::move(unadvise)));
+}
+
 // ---------------------------------------------------------------------------------------------
 // Sinks
 

@@ -55,6 +55,12 @@ private:
     DWORD next_ = 1;
 };
 
+// A connection point of container's for the events iid, advising and unadvising as given (for an
+// object of ours that is no TAutoObject).
+TComPtr<IConnectionPoint> NewConnectionPoint(IConnectionPointContainer* container, const IID& iid,
+                                             std::function<DWORD(TComPtr<IDispatch>)> advise,
+                                             std::function<bool(DWORD)> unadvise);
+
 // The private interface by which an object of ours is told from a foreign one.
 extern const IID IID_TAutoObject;
 

@@ -1,6 +1,7 @@
 #include "win/winhost/ExplorerWindow.h"
 
 #include <commctrl.h>
+#include <olectl.h>
 #include <wincodec.h>
 
 #include <algorithm>
@@ -11,6 +12,7 @@
 #include "base/Guard.h"
 #include "sim/SimItem.h"
 #include "sim/SimOutlook.h"
+#include "win/winhost/AutoObject.h"
 
 namespace win {
 namespace {
@@ -20,6 +22,9 @@ constexpr const wchar_t* kFrameClass = L"CorvelleTaskPaneFrame";
 constexpr int kWidth = 1440, kHeight = 900;
 constexpr int kFolderWidth = 210;
 constexpr int kCaptionHeight = 24;
+// Office's events of a custom task pane (_CustomTaskPaneEvents), and the one fired here.
+constexpr IID kPaneEvents = {0x000C033C, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+constexpr DISPID kVisibleStateChange = 1;
 
 HFONT UiFont() { return static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT)); }
 
@@ -49,8 +54,25 @@ LRESULT CALLBACK ExplorerProc(HWND w, UINT m, WPARAM wp, LPARAM lp) {
     return DefWindowProcW(w, m, wp, lp);
 }
 
-// A pane's frame: its caption bar, over the site of its control.
+// The close box at the right of a pane's caption bar.
+RECT CloseBox(HWND frame) {
+    RECT r;
+    GetClientRect(frame, &r);
+    const int side = kCaptionHeight - 6;
+    return RECT{r.right - side - 4, r.top + 3, r.right - 4, r.top + 3 + side};
+}
+
+// The user clicked the close box of the pane in that frame.
+void UserClosesPane(HWND frame);
+
+// A pane's frame: its caption bar with a close box, over the site of its control.
 LRESULT CALLBACK FrameProc(HWND w, UINT m, WPARAM wp, LPARAM lp) {
+    if (m == WM_LBUTTONUP) {
+        POINT at{static_cast<short>(LOWORD(lp)), static_cast<short>(HIWORD(lp))};
+        RECT box = CloseBox(w);
+        if (PtInRect(&box, at)) Swallow([&] { UserClosesPane(w); });
+        return 0;
+    }
     if (m == WM_PAINT) {
         PAINTSTRUCT ps;
         HDC dc = BeginPaint(w, &ps);
@@ -64,7 +86,19 @@ LRESULT CALLBACK FrameProc(HWND w, UINT m, WPARAM wp, LPARAM lp) {
         SetBkMode(dc, TRANSPARENT);
         SetTextColor(dc, GetSysColor(COLOR_INACTIVECAPTIONTEXT));
         RECT text{bar.left + 8, bar.top, bar.right - 8, bar.bottom};
+        text.right -= kCaptionHeight;
         DrawTextW(dc, title, -1, &text, DT_SINGLELINE | DT_VCENTER | DT_END_ELLIPSIS);
+        // The close box's cross, drawn with lines: it needs no symbol font.
+        RECT box = CloseBox(w);
+        HPEN pen = CreatePen(PS_SOLID, 2, GetSysColor(COLOR_INACTIVECAPTIONTEXT));
+        HGDIOBJ old = SelectObject(dc, pen);
+        const int inset = 5;
+        MoveToEx(dc, box.left + inset, box.top + inset, nullptr);
+        LineTo(dc, box.right - inset, box.bottom - inset);
+        MoveToEx(dc, box.right - inset, box.top + inset, nullptr);
+        LineTo(dc, box.left + inset, box.bottom - inset);
+        SelectObject(dc, old);
+        DeleteObject(pen);
         EndPaint(w, &ps);
         return 0;
     }
@@ -117,12 +151,14 @@ public:
 class TExplorerWindow::TPane final : public TNoDispatch<_CustomTaskPane>,
                                      public IOleClientSite,
                                      public IOleInPlaceSite,
+                                     public IConnectionPointContainer,
                                      private TComRefCount {
 public:
     TPane(TExplorerWindow& owner, std::string title, TComPtr<IOleObject> control)
         : owner_(&owner), title_(std::move(title)), control_(std::move(control)) {
         frame_ = CreateWindowExW(0, kFrameClass, Wide(title_).c_str(), WS_CHILD | WS_CLIPCHILDREN, 0, 0, 0, 0,
                                  owner.window_, nullptr, GetModuleHandleW(nullptr), nullptr);
+        if (frame_) SetWindowLongPtrW(frame_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
     }
     ~TPane() override {
         if (frame_) DestroyWindow(frame_);
@@ -137,6 +173,8 @@ public:
         else if (IsEqualIID(iid, IID_IOleClientSite)) *out = static_cast<IOleClientSite*>(this);
         else if (IsEqualIID(iid, IID_IOleWindow) || IsEqualIID(iid, IID_IOleInPlaceSite))
             *out = static_cast<IOleInPlaceSite*>(this);
+        else if (IsEqualIID(iid, IID_IConnectionPointContainer))
+            *out = static_cast<IConnectionPointContainer*>(this);
         else return E_NOINTERFACE;
         AddRef();
         return S_OK;
@@ -236,8 +274,37 @@ public:
             frame_ = nullptr;
         }
         visible_ = false;
+        sinks_.Clear();
         if (TExplorerWindow* owner = std::exchange(owner_, nullptr)) owner->Forget(this);
         return S_OK;
+    }
+
+    // IConnectionPointContainer: the pane's events (_CustomTaskPaneEvents)
+    HRESULT STDMETHODCALLTYPE EnumConnectionPoints(IEnumConnectionPoints** out) override {
+        if (out) *out = nullptr;
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE FindConnectionPoint(REFIID iid, IConnectionPoint** out) override {
+        if (!out) return E_POINTER;
+        *out = nullptr;
+        if (!IsEqualIID(iid, kPaneEvents)) return CONNECT_E_NOCONNECTION;
+        *out = NewConnectionPoint(
+                   this, iid, [this](TComPtr<IDispatch> sink) { return sinks_.Advise(std::move(sink)); },
+                   [this](DWORD cookie) { return sinks_.Unadvise(cookie); })
+                   .Detach();
+        return S_OK;
+    }
+
+    // The user closes the pane with its close box: Office hides it and tells the pane's sinks.
+    void UserCloses() {
+        if (!visible_) return;
+        TComPtr<_CustomTaskPane> self(static_cast<_CustomTaskPane*>(this));
+        put_Visible(VARIANT_FALSE);
+        VARIANT pane;
+        VariantInit(&pane);
+        V_VT(&pane) = VT_DISPATCH;
+        V_DISPATCH(&pane) = static_cast<_CustomTaskPane*>(this);
+        sinks_.Fire(kVisibleStateChange, {pane});
     }
 
     // IOleClientSite
@@ -320,7 +387,17 @@ private:
     int width_ = 300, height_ = 200;
     MsoCTPDockPosition position_ = msoCTPDockPositionRight;
     MsoCTPDockPositionRestrict restriction_ = msoCTPDockPositionRestrictNone;
+    TAutoSinks sinks_;
 };
+
+namespace {
+
+void UserClosesPane(HWND frame) {
+    if (auto* pane = reinterpret_cast<TExplorerWindow::TPane*>(GetWindowLongPtrW(frame, GWLP_USERDATA)))
+        pane->UserCloses();
+}
+
+}  // namespace
 
 // The task pane service: a pane around a new control of the ProgID given.
 class TExplorerWindow::TFactory final : public TNoDispatch<ICTPFactory>, private TComRefCount {
@@ -534,6 +611,19 @@ void TExplorerWindow::DeletePanes() {
     std::vector<TComPtr<_CustomTaskPane>> panes = panes_;
     for (auto& p : panes) p->Delete();
     panes_.clear();
+}
+
+bool TExplorerWindow::ClosePane(const std::string& title) {
+    for (const auto& p : panes_) {
+        auto* pane = static_cast<TPane*>(p.Get());
+        if (pane->Title() == title && pane->Visible()) {
+            TComPtr<_CustomTaskPane> hold(p);
+            pane->UserCloses();
+            Pump();
+            return true;
+        }
+    }
+    return false;
 }
 
 bool TExplorerWindow::ChooseTab(const std::string& text) {

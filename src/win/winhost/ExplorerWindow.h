@@ -51,6 +51,8 @@ public:
     // Chooses the tab of that text in a visible pane, as a click on it does (the pane's control
     // hears of it as of a click); false when no visible pane has such a tab.
     bool ChooseTab(const std::string& text);
+    // The user closes the visible pane of that title with its close box; false when there is none.
+    bool ClosePane(const std::string& title);
 
     class TPane;
     class TFactory;
