@@ -139,7 +139,14 @@ void TAddInModule::DefinePanes() {
 }
 
 // The panes go before the tables they show.
-TAddInModule::~TAddInModule() { adxOlFormsManager1.FreeForms(); }
+TAddInModule::~TAddInModule() {
+    JoinDetacher();
+    adxOlFormsManager1.FreeForms();
+}
+
+void TAddInModule::JoinDetacher() {
+    if (detacher_.joinable()) detacher_.join();
+}
 
 // ---------------------------------------------------------------------------------------------
 // Lifecycle
@@ -229,6 +236,10 @@ void TAddInModule::AddInStartupComplete() {
         LoadDistLists();
         LoadAppointments();
         LoadNotes();
+        // The files were mapped rather than copied, which start-up need not wait for; their
+        // bytes become the process's own on a second thread from here.
+        JoinDetacher();
+        detacher_ = std::thread([] { DetachTableFileImages(); });
 
         // 14. The item watcher, connected only when an item is awaited.
         mailItems_ = std::make_unique<TItems>();
@@ -241,6 +252,7 @@ void TAddInModule::AddInStartupComplete() {
 }
 
 void TAddInModule::AddInBeginShutdown() {
+    JoinDetacher();
     Swallow([this] {
         TModuleGlobals& g = vars_;
 
@@ -380,7 +392,7 @@ void TAddInModule::LoadTable(TdxMemData& table, const std::string& path, const c
             if (IsRegularTableFile(path)) damagedFiles_.insert(path);
         };
         try {
-            table.LoadFromBinaryFile(path);
+            table.LoadFromBinaryFile(path, TableFileRead::Map);
             if (!table.LoadedWhole()) noteDamaged();
         } catch (...) {
             noteDamaged();

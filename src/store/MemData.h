@@ -240,8 +240,9 @@ public:
     // since.
     bool FileHoldsRows(const std::string& path) const;
     // The file is read only when it is a regular file (a link to one is followed); it is
-    // replaced whole by a save, never left torn (see store/TableFile.h).
-    void LoadFromBinaryFile(const std::string& path);
+    // replaced whole by a save, never left torn (see store/TableFile.h). A mapped file's text
+    // stays the file's until DetachTableFileImages.
+    void LoadFromBinaryFile(const std::string& path, TableFileRead how = TableFileRead::Copy);
     // Whether the last load read its stream whole: false after a load that stopped short (a cut
     // or damaged record, a header that makes no sense) or raised.
     bool LoadedWhole() const { return loadedWhole_; }
@@ -309,12 +310,12 @@ private:
     class TextStore {
     public:
         const char* Add(std::string_view s);
-        const char* Keep(std::unique_ptr<char[]> image, size_t size);  // its bytes stay put
+        const char* Keep(std::shared_ptr<const char> image, size_t size);  // its bytes stay put
         void Clear();
         size_t Bytes() const { return bytes_; }  // all text held, live or replaced
 
     private:
-        std::vector<std::unique_ptr<char[]>> images_;
+        std::vector<std::shared_ptr<const char>> images_;
         std::vector<std::unique_ptr<char[]>> blocks_;
         char* current_ = nullptr;
         size_t used_ = 0, capacity_ = 0, bytes_ = 0;
