@@ -32,18 +32,12 @@ void Step(const char* step) {
     if (stepHook) stepHook(step);
 }
 
-std::string ErrorText(int err) { return err ? std::strerror(err) : "Unknown error"; }
-
 [[noreturn]] void CannotOpen(const std::string& path, const std::string& why) {
     throw EFOpenError("Cannot open file \"" + path + "\". " + why);
 }
 
 [[noreturn]] void CannotCreate(const std::string& path, const std::string& why) {
     throw EFCreateError("Cannot create file \"" + path + "\". " + why);
-}
-
-[[noreturn]] void CannotWrite(const std::string& path, int err) {
-    throw EInOutError("Cannot write file \"" + path + "\". " + ErrorText(err));
 }
 
 }  // namespace
@@ -238,6 +232,12 @@ std::string KeepDamagedTableFile(const std::string& path, TDateTime day) {
 #else
 
 namespace {
+
+std::string ErrorText(int err) { return err ? std::strerror(err) : "Unknown error"; }
+
+[[noreturn]] void CannotWrite(const std::string& path, int err) {
+    throw EInOutError("Cannot write file \"" + path + "\". " + ErrorText(err));
+}
 
 // Closes a descriptor when it goes, unless it was closed before.
 class Descriptor {

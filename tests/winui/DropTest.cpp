@@ -8,51 +8,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "win/ui/DropTarget.h"
+
 namespace {
-
-// What a drag of Outlook's items offers: their subjects as text, or nothing textual.
-class TDragData : public IDataObject {
-public:
-    explicit TDragData(bool text) : text_(text) {}
-    virtual ~TDragData() = default;
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-        if (iid == IID_IUnknown || iid == IID_IDataObject) {
-            *out = static_cast<IDataObject*>(this);
-            return S_OK;
-        }
-        *out = nullptr;
-        return E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
-    ULONG STDMETHODCALLTYPE Release() override { return 1; }
-    HRESULT STDMETHODCALLTYPE GetData(FORMATETC* f, STGMEDIUM* m) override {
-        if (QueryGetData(f) != S_OK) return DV_E_FORMATETC;
-        const wchar_t text[] = L"Quote for the new hull";
-        HGLOBAL g = GlobalAlloc(GMEM_MOVEABLE, sizeof text);
-        std::memcpy(GlobalLock(g), text, sizeof text);
-        GlobalUnlock(g);
-        m->tymed = TYMED_HGLOBAL;
-        m->hGlobal = g;
-        m->pUnkForRelease = nullptr;
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE GetDataHere(FORMATETC*, STGMEDIUM*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE QueryGetData(FORMATETC* f) override {
-        return text_ && f && f->cfFormat == CF_UNICODETEXT && (f->tymed & TYMED_HGLOBAL) ? S_OK : DV_E_FORMATETC;
-    }
-    HRESULT STDMETHODCALLTYPE GetCanonicalFormatEtc(FORMATETC*, FORMATETC* out) override {
-        out->ptd = nullptr;
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE SetData(FORMATETC*, STGMEDIUM*, BOOL) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE EnumFormatEtc(DWORD, IEnumFORMATETC**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE DAdvise(FORMATETC*, DWORD, IAdviseSink*, DWORD*) override { return OLE_E_ADVISENOTSUPPORTED; }
-    HRESULT STDMETHODCALLTYPE DUnadvise(DWORD) override { return OLE_E_ADVISENOTSUPPORTED; }
-    HRESULT STDMETHODCALLTYPE EnumDAdvise(IEnumSTATDATA**) override { return OLE_E_ADVISENOTSUPPORTED; }
-
-private:
-    bool text_;
-};
 
 // The user's hand: the pointer goes to each point in turn, and the button is let go at the last.
 class TDragHand : public IDropSource {
@@ -125,7 +83,7 @@ TEST_F(WinUiTest, TextDraggedOntoATaskFocusesTheTasksPassedOverAndTheDropOpensTh
     // A drag without text: refused, nothing focused, no menu.
     Focus(acme);
     {
-        TDragData data(false);
+        win::ui::TTextDataObject data(L"", false);
         TDragHand hand({pointAt(borealis), pointAt(borealis)});
         DWORD effect = DROPEFFECT_NONE;
         DoDragDrop(&data, &hand, DROPEFFECT_COPY | DROPEFFECT_MOVE, &effect);
@@ -135,7 +93,7 @@ TEST_F(WinUiTest, TextDraggedOntoATaskFocusesTheTasksPassedOverAndTheDropOpensTh
     }
     // Mails dragged over Acme to Borealis and dropped there.
     {
-        TDragData data(true);
+        win::ui::TTextDataObject data(L"Quote for the new hull");
         TDragHand hand({pointAt(acme), pointAt(borealis), pointAt(borealis)});
         DWORD effect = DROPEFFECT_NONE;
         DoDragDrop(&data, &hand, DROPEFFECT_COPY | DROPEFFECT_MOVE, &effect);
@@ -170,7 +128,7 @@ TEST_F(WinUiTest, TheDropMenuShowsAtThePointerAndEscapingItFilesNothing) {
     POINT at{};
     WhileMenu(
         [&] {
-            TDragData data(true);
+            win::ui::TTextDataObject data(L"Quote for the new hull");
             TDragHand hand({over, over});
             DWORD effect = DROPEFFECT_NONE;
             DoDragDrop(&data, &hand, DROPEFFECT_COPY | DROPEFFECT_MOVE, &effect);

@@ -134,13 +134,7 @@ public:
         return DISP_E_BADINDEX;
     }
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) override {
-        if (!names || !ids) return E_POINTER;
-        HRESULT hr = S_OK;
-        for (UINT i = 0; i < count; ++i) {
-            ids[i] = i == 0 ? CallbackId(Utf8(names[0])) : DISPID_UNKNOWN;
-            if (ids[i] == DISPID_UNKNOWN) hr = DISP_E_UNKNOWNNAME;
-        }
-        return hr;
+        return IdsOfNames(names, count, ids, [this](const std::string& name) { return CallbackId(name); });
     }
     HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS* params, VARIANT* result,
                                      EXCEPINFO*, UINT*) override {
@@ -368,13 +362,7 @@ private:
             return DISP_E_BADINDEX;
         }
         HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) override {
-            if (!names || !ids) return E_POINTER;
-            HRESULT hr = S_OK;
-            for (UINT i = 0; i < count; ++i) {
-                ids[i] = i == 0 ? Id(Utf8(names[0])) : DISPID_UNKNOWN;
-                if (ids[i] == DISPID_UNKNOWN) hr = DISP_E_UNKNOWNNAME;
-            }
-            return hr;
+            return IdsOfNames(names, count, ids, [this](const std::string& name) { return Id(name); });
         }
 
     protected:

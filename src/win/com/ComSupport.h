@@ -106,6 +106,19 @@ std::string VariantText(const VARIANT& v);
 // VT_EMPTY and VT_NULL and an empty object; raises EVariantError for anything else.
 TComPtr<IDispatch> VariantObject(const VARIANT& v);
 
+// GetIDsOfNames of an object whose members are known by name alone: the first name is looked up
+// with idOf (which answers DISPID_UNKNOWN for none); named arguments are not taken.
+template <typename IdOf>
+HRESULT IdsOfNames(LPOLESTR* names, UINT count, DISPID* ids, IdOf idOf) {
+    if (!names || !ids) return E_POINTER;
+    HRESULT hr = S_OK;
+    for (UINT i = 0; i < count; ++i) {
+        ids[i] = i == 0 ? idOf(Utf8(names[0])) : DISPID_UNKNOWN;
+        if (ids[i] == DISPID_UNKNOWN) hr = DISP_E_UNKNOWNNAME;
+    }
+    return hr;
+}
+
 // Raises the failure of a call: the EXCEPINFO's description when there is one (the EXCEPINFO's
 // strings are freed), else Windows' text for the HRESULT, with what was called. The exception is
 // an EOleException, or the system's own class when the EXCEPINFO's source names one (as the

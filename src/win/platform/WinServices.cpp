@@ -117,11 +117,30 @@ void TWinHelp::ShowContext(const std::string& helpFile, int context) {
 // ---------------------------------------------------------------------------------------------
 // The module's file
 
-std::string ThisModuleFileName() {
+HBITMAP NewBitmap32(HDC dc, int width, int height, uint32_t** bits) {
+    BITMAPINFO info{};
+    info.bmiHeader.biSize = sizeof info.bmiHeader;
+    info.bmiHeader.biWidth = width;
+    info.bmiHeader.biHeight = -height;
+    info.bmiHeader.biPlanes = 1;
+    info.bmiHeader.biBitCount = 32;
+    info.bmiHeader.biCompression = BI_RGB;
+    void* pixels = nullptr;
+    HBITMAP bitmap = CreateDIBSection(dc, &info, DIB_RGB_COLORS, &pixels, nullptr, 0);
+    *bits = bitmap ? static_cast<uint32_t*>(pixels) : nullptr;
+    return bitmap;
+}
+
+HMODULE ThisModule() {
     HMODULE self = nullptr;
-    if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                            reinterpret_cast<LPCWSTR>(reinterpret_cast<void*>(&ThisModuleFileName)), &self))
-        RaiseLastError("GetModuleHandleEx");
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                       reinterpret_cast<LPCWSTR>(reinterpret_cast<void*>(&ThisModule)), &self);
+    return self;
+}
+
+std::string ThisModuleFileName() {
+    const HMODULE self = ThisModule();
+    if (!self) RaiseLastError("GetModuleHandleEx");
     std::wstring buf(MAX_PATH, L'\0');
     for (;;) {
         DWORD n = GetModuleFileNameW(self, buf.data(), static_cast<DWORD>(buf.size()));

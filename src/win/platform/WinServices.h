@@ -1,12 +1,15 @@
 #pragma once
 // The services of the machine on Windows: message boxes and questions (MessageBoxW), registry
 // reads, the desktop's work area and the cursor, HTML Help, the file name of the module that
-// holds this code (the add-in's DLL, or a program), and the bundle of them that a module gets.
+// holds this code (the add-in's DLL, or a program), bitmaps whose pixels the process writes, and
+// the bundle of them that a module gets.
 // Each call raises Exception when Windows refuses it; none of them holds a window of its own.
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
+
+#include <windows.h>
 
 #include "platform/Services.h"
 
@@ -56,7 +59,12 @@ public:
     std::string ModuleFileName() override;
 };
 
-// The full path of the module (DLL or program) that holds this code.
+// A new 32-bit bitmap of the given size whose rows run top down, its pixels (BGRA) at *bits, made
+// for the device context (null for none); null when it can't be made. The caller deletes it.
+HBITMAP NewBitmap32(HDC dc, int width, int height, uint32_t** bits);
+
+// The module (DLL or program) that holds this code (null if it can't be had), and its full path.
+HMODULE ThisModule();
 std::string ThisModuleFileName();
 
 // All of them, with the Winsock trace client.

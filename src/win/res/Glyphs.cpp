@@ -4,17 +4,10 @@
 #include <mutex>
 
 #include "GlyphCatalog.h"
+#include "win/platform/WinServices.h"
 
 namespace win::res {
 namespace {
-
-// The module that carries the resources: the one this code is linked into.
-HMODULE ThisModule() {
-    HMODULE module = nullptr;
-    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                       reinterpret_cast<LPCWSTR>(&ThisModule), &module);
-    return module;
-}
 
 template <size_t N>
 const catalog::TEntry* Find(const catalog::TEntry (&entries)[N], const std::string& name) {
@@ -25,7 +18,7 @@ const catalog::TEntry* Find(const catalog::TEntry (&entries)[N], const std::stri
 
 HBITMAP Load(const catalog::TEntry& e) {
     return static_cast<HBITMAP>(
-        LoadImageW(ThisModule(), MAKEINTRESOURCEW(e.id), IMAGE_BITMAP, 0, 0, LR_CREATEDIBSECTION));
+        LoadImageW(win::ThisModule(), MAKEINTRESOURCEW(e.id), IMAGE_BITMAP, 0, 0, LR_CREATEDIBSECTION));
 }
 
 }  // namespace

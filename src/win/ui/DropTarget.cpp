@@ -3,6 +3,7 @@
 #include <ole2.h>
 
 #include <atomic>
+#include <cstring>
 #include <map>
 
 namespace win::ui {
@@ -110,6 +111,40 @@ void RevokeTextDrop(HWND hwnd) {
 IDropTarget* TextDropTarget(HWND hwnd) {
     auto it = Registered().find(hwnd);
     return it == Registered().end() ? nullptr : it->second;
+}
+
+HRESULT TTextDataObject::QueryInterface(REFIID iid, void** out) {
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    if (!IsEqualIID(iid, IID_IUnknown) && !IsEqualIID(iid, IID_IDataObject)) return E_NOINTERFACE;
+    *out = static_cast<IDataObject*>(this);
+    AddRef();
+    return S_OK;
+}
+
+HRESULT TTextDataObject::GetData(FORMATETC* format, STGMEDIUM* medium) {
+    if (!format || !medium) return E_INVALIDARG;
+    if (QueryGetData(format) != S_OK) return DV_E_FORMATETC;
+    const SIZE_T bytes = (text_.size() + 1) * sizeof(wchar_t);
+    HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE, bytes);
+    if (!memory) return E_OUTOFMEMORY;
+    std::memcpy(GlobalLock(memory), text_.c_str(), bytes);
+    GlobalUnlock(memory);
+    medium->tymed = TYMED_HGLOBAL;
+    medium->hGlobal = memory;
+    medium->pUnkForRelease = nullptr;
+    return S_OK;
+}
+
+HRESULT TTextDataObject::QueryGetData(FORMATETC* format) {
+    if (!format) return E_INVALIDARG;
+    return offersText_ && format->cfFormat == CF_UNICODETEXT && (format->tymed & TYMED_HGLOBAL) ? S_OK
+                                                                                                : DV_E_FORMATETC;
+}
+
+HRESULT TTextDataObject::GetCanonicalFormatEtc(FORMATETC*, FORMATETC* out) {
+    if (out) out->ptd = nullptr;
+    return E_NOTIMPL;
 }
 
 }  // namespace win::ui

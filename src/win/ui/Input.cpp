@@ -239,54 +239,6 @@ bool PointOfRecord(HWND list, TcxGridDBTableView& view, int record, POINT& at) {
 
 // ---- drags from other programs -------------------------------------------------------------------
 
-// What an Outlook drag offers the tree: text (Unicode), and nothing else.
-class TDraggedText final : public IDataObject {
-public:
-    explicit TDraggedText(std::wstring text) : text_(std::move(text)) {}
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-        if (!out) return E_POINTER;
-        *out = nullptr;
-        if (!IsEqualIID(iid, IID_IUnknown) && !IsEqualIID(iid, IID_IDataObject)) return E_NOINTERFACE;
-        *out = static_cast<IDataObject*>(this);
-        AddRef();
-        return S_OK;
-    }
-    // It lives on the stack of the drag: the counts are kept for form's sake.
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++refs_; }
-    ULONG STDMETHODCALLTYPE Release() override { return --refs_; }
-    HRESULT STDMETHODCALLTYPE GetData(FORMATETC* format, STGMEDIUM* medium) override {
-        if (!format || !medium) return E_INVALIDARG;
-        if (QueryGetData(format) != S_OK) return DV_E_FORMATETC;
-        const SIZE_T bytes = (text_.size() + 1) * sizeof(wchar_t);
-        HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE, bytes);
-        if (!memory) return E_OUTOFMEMORY;
-        std::memcpy(GlobalLock(memory), text_.c_str(), bytes);
-        GlobalUnlock(memory);
-        medium->tymed = TYMED_HGLOBAL;
-        medium->hGlobal = memory;
-        medium->pUnkForRelease = nullptr;
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE GetDataHere(FORMATETC*, STGMEDIUM*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE QueryGetData(FORMATETC* format) override {
-        if (!format) return E_INVALIDARG;
-        return format->cfFormat == CF_UNICODETEXT && (format->tymed & TYMED_HGLOBAL) ? S_OK : DV_E_FORMATETC;
-    }
-    HRESULT STDMETHODCALLTYPE GetCanonicalFormatEtc(FORMATETC*, FORMATETC* out) override {
-        if (out) out->ptd = nullptr;
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE SetData(FORMATETC*, STGMEDIUM*, BOOL) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE EnumFormatEtc(DWORD, IEnumFORMATETC**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE DAdvise(FORMATETC*, DWORD, IAdviseSink*, DWORD*) override { return OLE_E_ADVISENOTSUPPORTED; }
-    HRESULT STDMETHODCALLTYPE DUnadvise(DWORD) override { return OLE_E_ADVISENOTSUPPORTED; }
-    HRESULT STDMETHODCALLTYPE EnumDAdvise(IEnumSTATDATA**) override { return OLE_E_ADVISENOTSUPPORTED; }
-
-private:
-    std::wstring text_;
-    ULONG refs_ = 1;
-};
-
 // The point of the screen over the tree's line (past the last: the empty space below).
 bool ScreenPointOfLine(HWND tree, TcxDBTreeList& model, int line, POINTL& out) {
     std::vector<TcxTreeListNode*> shown = model.VisibleNodes();
@@ -295,6 +247,20 @@ bool ScreenPointOfLine(HWND tree, TcxDBTreeList& model, int line, POINTL& out) {
     if (!PointOfNode(tree, node, at)) return false;
     ClientToScreen(tree, &at);
     out = {at.x, at.y};
+    return true;
+}
+
+// An Outlook drag (text, which the tree's drop ignores: the items come from Outlook's selection)
+// brought to the tree's line and handed to its drop target; false when the tree has none or the
+// line is not shown.
+template <typename Act>
+bool DragToLine(HWND tree, TcxDBTreeList& model, int line, Act act) {
+    IDropTarget* drop = TextDropTarget(tree);
+    POINTL at{};
+    if (!drop || !ScreenPointOfLine(tree, model, line, at)) return false;
+    TTextDataObject data(L"");
+    DWORD effect = DROPEFFECT_COPY | DROPEFFECT_MOVE;
+    act(drop, &data, at, &effect);
     return true;
 }
 
@@ -544,15 +510,11 @@ void TWindowInput::DragOver(TcxDBTreeList& tree, TDMTextTarget& target, int line
     Act(
         tree, {"drag over"},
         [&](HWND hwnd, TCallWatch&) {
-            IDropTarget* drop = TextDropTarget(hwnd);
-            POINTL at{};
-            if (!drop || !ScreenPointOfLine(hwnd, tree, line, at)) return false;
             // The drag comes over the line and goes on beyond the tree.
-            TDraggedText data(L"");
-            DWORD effect = DROPEFFECT_COPY | DROPEFFECT_MOVE;
-            drop->DragEnter(&data, MK_LBUTTON, at, &effect);
-            drop->DragLeave();
-            return true;
+            return DragToLine(hwnd, tree, line, [](IDropTarget* drop, IDataObject* data, POINTL at, DWORD* effect) {
+                drop->DragEnter(data, MK_LBUTTON, at, effect);
+                drop->DragLeave();
+            });
         },
         [&] { TDirectInput::DragOver(tree, target, line); });
 }
@@ -561,13 +523,9 @@ void TWindowInput::Drop(TcxDBTreeList& tree, TDMTextTarget& target, int line) {
     Act(
         tree, {"drop"},
         [&](HWND hwnd, TCallWatch&) {
-            IDropTarget* drop = TextDropTarget(hwnd);
-            POINTL at{};
-            if (!drop || !ScreenPointOfLine(hwnd, tree, line, at)) return false;
-            TDraggedText data(L"");
-            DWORD effect = DROPEFFECT_COPY | DROPEFFECT_MOVE;
-            drop->Drop(&data, 0, at, &effect);
-            return true;
+            return DragToLine(hwnd, tree, line, [](IDropTarget* drop, IDataObject* data, POINTL at, DWORD* effect) {
+                drop->Drop(data, 0, at, effect);
+            });
         },
         [&] { TDirectInput::Drop(tree, target, line); });
 }

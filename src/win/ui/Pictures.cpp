@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "win/platform/WinServices.h"
+
 namespace win::ui {
 
 namespace {
@@ -39,16 +41,9 @@ std::vector<uint32_t> Pixels(HIMAGELIST list, int index, int& w, int& h) {
 }
 
 HBITMAP Dib(int w, int h, const std::vector<uint32_t>& pixels) {
-    BITMAPINFO bi{};
-    bi.bmiHeader.biSize = sizeof bi.bmiHeader;
-    bi.bmiHeader.biWidth = w;
-    bi.bmiHeader.biHeight = -h;
-    bi.bmiHeader.biPlanes = 1;
-    bi.bmiHeader.biBitCount = 32;
-    bi.bmiHeader.biCompression = BI_RGB;
-    void* bits = nullptr;
-    HBITMAP out = CreateDIBSection(nullptr, &bi, DIB_RGB_COLORS, &bits, nullptr, 0);
-    if (out) std::copy(pixels.begin(), pixels.end(), static_cast<uint32_t*>(bits));
+    uint32_t* bits = nullptr;
+    HBITMAP out = NewBitmap32(nullptr, w, h, &bits);
+    if (out) std::copy(pixels.begin(), pixels.end(), bits);
     return out;
 }
 

@@ -12,6 +12,7 @@
 #include "base/Guard.h"
 #include "sim/SimItem.h"
 #include "sim/SimOutlook.h"
+#include "win/platform/WinServices.h"
 #include "win/winhost/AutoObject.h"
 
 namespace win {
@@ -694,23 +695,15 @@ void SaveScreenshot(HWND window, const std::wstring& file) {
     if (width <= 0 || height <= 0) throw Exception("the window has no size");
     HDC screen = GetDC(nullptr);
     HDC memory = CreateCompatibleDC(screen);
-    BITMAPINFO info{};
-    info.bmiHeader.biSize = sizeof info.bmiHeader;
-    info.bmiHeader.biWidth = width;
-    info.bmiHeader.biHeight = -height;
-    info.bmiHeader.biPlanes = 1;
-    info.bmiHeader.biBitCount = 32;
-    info.bmiHeader.biCompression = BI_RGB;
-    void* bits = nullptr;
-    HBITMAP bitmap = CreateDIBSection(screen, &info, DIB_RGB_COLORS, &bits, nullptr, 0);
+    uint32_t* bits = nullptr;
+    HBITMAP bitmap = NewBitmap32(screen, width, height, &bits);
     HGDIOBJ old = SelectObject(memory, bitmap);
     BitBlt(memory, 0, 0, width, height, screen, r.left, r.top, SRCCOPY);
     SelectObject(memory, old);
     DeleteDC(memory);
     ReleaseDC(nullptr, screen);
     // The screen's pixels carry no alpha: they are opaque.
-    auto* pixels = static_cast<BYTE*>(bits);
-    for (size_t i = 0; bits && i < static_cast<size_t>(width) * height; ++i) pixels[i * 4 + 3] = 255;
+    for (size_t i = 0; bits && i < static_cast<size_t>(width) * height; ++i) bits[i] |= 0xFF000000u;
 
     auto check = [&](HRESULT hr, const char* what) {
         if (FAILED(hr)) {
@@ -735,7 +728,7 @@ void SaveScreenshot(HWND window, const std::wstring& file) {
     WICPixelFormatGUID format = GUID_WICPixelFormat32bppBGRA;
     check(frame->SetPixelFormat(&format), "the PNG's pixel format");
     check(frame->WritePixels(static_cast<UINT>(height), static_cast<UINT>(width) * 4,
-                             static_cast<UINT>(width) * 4 * static_cast<UINT>(height), static_cast<BYTE*>(bits)),
+                             static_cast<UINT>(width) * 4 * static_cast<UINT>(height), reinterpret_cast<BYTE*>(bits)),
           "the PNG's pixels");
     check(frame->Commit(), "the PNG frame");
     check(encoder->Commit(), "the PNG file");
