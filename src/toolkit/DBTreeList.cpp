@@ -12,6 +12,7 @@ void TcxTreeListNode::SetExpanded(bool value) {
     if (row_ >= 0 && expanded_ != value) tree_->collapsed_ += value ? -1 : 1;  // a placed node
     expanded_ = value;
     tree_->expandedKeys_.Set(key_, value);
+    expandedRead_ = tree_->expandedKeys_.Changes();  // the keys now hold value for key_
 }
 
 int TcxTreeListNode::AbsoluteIndex() const {
@@ -58,7 +59,8 @@ void TExpandedKeys::Set(const Variant& key, bool expanded) {
         else changed = expanded ? texts_.insert(text).second : texts_.erase(text) > 0;
     }
     if (!changed) return;
-    ++changes_;
+    static uint64_t lastChange = 0;
+    changes_ = ++lastChange;
     if (!expanded) ++erases_;
 }
 
@@ -182,6 +184,8 @@ void TcxDBTreeList::LeaveNodes() {
     absoluteStale_ = false;
     collapsed_ = 0;
     rowToNode_.clear();
+    rowNodes_.clear();
+    rowNodesVersion_ = 0;
     shownBits_.clear();
     builtFrom_.followable = false;
     focused_ = nullptr;
@@ -240,8 +244,12 @@ TcxTreeListNode* TcxDBTreeList::FindNodeByKeyValue(const Variant& key) const {
     return nullptr;
 }
 
-std::vector<TcxTreeListNode*> TcxDBTreeList::VisibleNodes() const {
+std::vector<TcxTreeListNode*> TcxDBTreeList::VisibleNodes() const { return VisibleNodes(0, -1); }
+
+std::vector<TcxTreeListNode*> TcxDBTreeList::VisibleNodes(int firstLine, int count) const {
     std::vector<TcxTreeListNode*> out;
+    if (count == 0) return out;
+    int line = 0;
     // Depth first: each level's place is kept on a stack.
     std::vector<std::pair<const std::vector<TcxTreeListNode*>*, size_t>> stack{{&roots_, 0}};
     while (!stack.empty()) {
@@ -251,16 +259,19 @@ std::vector<TcxTreeListNode*> TcxDBTreeList::VisibleNodes() const {
             continue;
         }
         TcxTreeListNode* n = (*nodes)[next++];
-        out.push_back(n);
+        if (line++ >= firstLine) {
+            out.push_back(n);
+            if (count > 0 && out.size() >= static_cast<size_t>(count)) break;
+        }
         if (n->expanded_ && !n->children_.empty()) stack.push_back({&n->children_, 0});
     }
     return out;
 }
 
 TcxTreeListNode* TcxDBTreeList::HitTest(int line) const {
-    std::vector<TcxTreeListNode*> shown = VisibleNodes();
-    if (line < 0 || line >= static_cast<int>(shown.size())) return nullptr;
-    return shown[static_cast<size_t>(line)];
+    if (line < 0) return nullptr;
+    std::vector<TcxTreeListNode*> shown = VisibleNodes(line, 1);
+    return shown.empty() ? nullptr : shown[0];
 }
 
 TcxTreeListNode* TcxDBTreeList::NodeOfRow(int row) const {
@@ -330,6 +341,7 @@ void TcxDBTreeList::ReadExpandedAgain() {
     collapsed_ = 0;
     for (TcxTreeListNode* n : all_) {
         n->expanded_ = !n->key_.IsNull() && expandedKeys_.Has(n->key_);
+        n->expandedRead_ = expandedKeys_.Changes();
         if (!n->expanded_) ++collapsed_;
     }
     erasesSeen_ = expandedKeys_.Erases();
@@ -470,15 +482,24 @@ using treerows::TParentIndex;
 
 TcxTreeListNode* TcxDBTreeList::PlaceNode(const TdxMemData& t, const TField& keyField, const TField& parentField,
                                           int row, TcxTreeListNode* parent, TcxTreeListNode* hint) {
-    const TBookmark bookmark = t.RowBookmark(row);
-    TcxTreeListNode* n = hint && hint->bookmark_ == bookmark ? hint : &NodeOfBookmark(bookmark);
     const size_t columnCount = columns_.size();
     const uint64_t rowsVersion = t.RowsVersion();
+    if (rowNodesVersion_ != rowsVersion || rowNodes_.size() != static_cast<size_t>(t.RowCount())) {
+        rowNodes_.assign(static_cast<size_t>(t.RowCount()), nullptr);
+        rowNodesVersion_ = rowsVersion;
+    }
+    TcxTreeListNode*& ofRow = rowNodes_[static_cast<size_t>(row)];
+    TcxTreeListNode* n = ofRow;
+    if (!n) {
+        const TBookmark bookmark = t.RowBookmark(row);
+        n = hint && hint->bookmark_ == bookmark ? hint : &NodeOfBookmark(bookmark);
+        n->bookmark_ = bookmark;
+        ofRow = n;
+    }
     n->tree_ = this;
     n->parent_ = parent;
     n->level_ = parent ? parent->level_ + 1 : 0;
     n->row_ = row;
-    n->bookmark_ = bookmark;
     // A node placed over the same version of the rows holds their values already.
     const bool current =
         n->rowsVersion_ == rowsVersion && n->bindingEpoch_ == bindingEpoch_ && n->cells_.size() == columnCount;
@@ -502,7 +523,11 @@ TcxTreeListNode* TcxDBTreeList::PlaceNode(const TdxMemData& t, const TField& key
         n->rowsVersion_ = rowsVersion;
         n->bindingEpoch_ = bindingEpoch_;
     }
-    n->expanded_ = !n->key_.IsNull() && expandedKeys_.Has(n->key_);
+    // Its state read under the same keys, for the same key, stands.
+    if (!current || n->expandedRead_ != expandedKeys_.Changes()) {
+        n->expanded_ = !n->key_.IsNull() && expandedKeys_.Has(n->key_);
+        n->expandedRead_ = expandedKeys_.Changes();
+    }
     if (!n->expanded_) ++collapsed_;
     rowToNode_[static_cast<size_t>(row)] = n;
     return n;

@@ -27,7 +27,9 @@ class TExpandedKeys {
 public:
     void Set(const Variant& key, bool expanded);
     bool Has(const Variant& key) const;
-    uint64_t Changes() const { return changes_; }  // grows at every Set that adds or drops a key
+    // Drawn anew (from one count for all sets) at every Set that adds or drops a key: a state
+    // read under the same value is still the state; 0 only while nothing was ever set.
+    uint64_t Changes() const { return changes_; }
     uint64_t Erases() const { return erases_; }    // grows at every Set that drops a key
 
 private:
@@ -113,6 +115,7 @@ private:
     mutable std::vector<Variant> values_;
     mutable std::vector<uint8_t> made_;  // per column: 1 text made, 2 value made
     mutable uint64_t textsEpoch_ = 0;    // the tree's texts epoch made_ belongs to
+    uint64_t expandedRead_ = 0;          // the expanded keys' Changes() when expanded_ was read
     // made_ cleared when the tree has followed the table since it was filled.
     void FreshMade() const;
     // The version of the rows and the tree's binding when the cells and keys were last read.
@@ -166,6 +169,8 @@ public:
     TcxTreeListNode* FindNodeByKeyValue(const Variant& key) const;
     // The nodes a user sees, in order: those whose ancestors are all expanded.
     std::vector<TcxTreeListNode*> VisibleNodes() const;
+    // Those shown on count lines from a line (0 = top line), as a view paints them.
+    std::vector<TcxTreeListNode*> VisibleNodes(int firstLine, int count) const;
     // The node shown on a line of the tree (0 = top line); nullptr for the empty space below.
     TcxTreeListNode* HitTest(int line) const;
 
@@ -323,6 +328,10 @@ private:
     uint64_t textsEpoch_ = 0;
     // By row: whether the filter shows it, as the nodes were last built (kept while followable).
     std::vector<uint8_t> shownBits_;
+    // By row: the node last placed for it over rowNodesVersion_, placed or not now; a row of the
+    // same version finds its node without asking its bookmark.
+    std::vector<TcxTreeListNode*> rowNodes_;
+    uint64_t rowNodesVersion_ = 0;
     TcxTreeListNode* focused_ = nullptr;
     TcxTreeListNode* hitNode_ = nullptr;
     TExpandedKeys expandedKeys_;                    // kept across rebuilds

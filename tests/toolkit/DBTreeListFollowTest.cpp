@@ -3,6 +3,8 @@
 // expanded nodes, the same focused node, and the same focus changes told.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "base/DateTime.h"
 #include "store/Tables.h"
 #include "toolkit/DBTreeList.h"
@@ -103,6 +105,11 @@ struct FollowFixture : ::testing::Test {
         SCOPED_TRACE(step);
         EXPECT_EQ(Read(tree), Read(rebuilt));
         EXPECT_EQ(toldTree, toldRebuilt);
+        // A view painting three lines from the third reads them as the whole list has them.
+        std::vector<TcxTreeListNode*> lines = tree.VisibleNodes();
+        std::vector<TcxTreeListNode*> three(lines.begin() + std::min<size_t>(2, lines.size()),
+                                            lines.begin() + std::min<size_t>(5, lines.size()));
+        EXPECT_EQ(tree.VisibleNodes(2, 3), three);
         // A tree made afresh over the table shows the same nodes in the same order.
         TcxDBTreeList fresh("fresh");
         std::vector<std::string> told;
