@@ -141,8 +141,10 @@ struct TLeftNodes {
     std::unordered_map<TBookmark, std::unique_ptr<TcxTreeListNode>> others;
 };
 std::vector<TLeftNodes>& LeftNodes() {
-    static std::vector<TLeftNodes> left;
-    return left;
+    // Never destroyed: a tree that goes away at the program's exit, after this list would have,
+    // still leaves its nodes here.
+    static auto* left = new std::vector<TLeftNodes>;
+    return *left;
 }
 constexpr size_t kLeftNodes = 3;
 
@@ -678,8 +680,8 @@ namespace {
 // The places last made, by any tree: a tree made anew over rows that another tree has ordered
 // (the chooser's, or the pane's before the explorer closed) takes them as they are.
 std::vector<std::shared_ptr<const TcxDBTreeList::TSiblingPlaces>>& SharedSiblingPlaces() {
-    static std::vector<std::shared_ptr<const TcxDBTreeList::TSiblingPlaces>> kept;
-    return kept;
+    static auto* kept = new std::vector<std::shared_ptr<const TcxDBTreeList::TSiblingPlaces>>;  // never destroyed
+    return *kept;
 }
 constexpr size_t kSharedSiblingPlaces = 4;
 

@@ -64,7 +64,8 @@ uint8_t KindOf(const TCell& c, int64_t& out) {
 }  // namespace
 
 std::shared_ptr<const TKeyColumns> KeyColumnsOf(const TdxMemData& t, const TField& key, const TField& parent) {
-    static std::vector<std::shared_ptr<TKeyColumns>> kept;  // the latest first, a few at most
+    // The latest first, a few at most; never destroyed, as trees may still ask at the exit.
+    static auto& kept = *new std::vector<std::shared_ptr<TKeyColumns>>;
     for (const auto& k : kept)
         if (k->rowsVersion == t.RowsVersion() && k->fieldCount == t.FieldCount() && k->keyField == key.Index() &&
             k->parentField == parent.Index() && k->key.size() == static_cast<size_t>(t.RowCount()))
