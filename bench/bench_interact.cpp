@@ -261,11 +261,11 @@ TcxGridDBTableView& TimeView(Folder& f) {
     return static_cast<TfmTime*>(f.m().adxOlFormsManager1.Items(1).CurrentForm())->cxGrid4DBBandedTableView2;
 }
 
-// The tree paints its first screenful: pictures and texts of the nodes shown.
+// The tree paints its first screenful: pictures and texts of the nodes on its 40 top lines.
 size_t PaintTree() {
     size_t bytes = 0;
-    std::vector<TcxTreeListNode*> shown = Tree().VisibleNodes();
-    for (size_t i = 0; i < shown.size() && i < 40; ++i) {
+    std::vector<TcxTreeListNode*> shown = Tree().VisibleNodes(0, 40);
+    for (size_t i = 0; i < shown.size(); ++i) {
         bytes += static_cast<size_t>(Tree().NodeImageIndex(shown[i]) + 1);
         for (int c = 0; c < 3; ++c) bytes += shown[i]->Texts(c).size();
     }

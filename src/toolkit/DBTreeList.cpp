@@ -4,12 +4,28 @@
 #include <unordered_map>
 
 #include "base/Exceptions.h"
+#include "toolkit/TreeRowIndex.h"
 
 // ---- nodes --------------------------------------------------------------------------------------
 
 void TcxTreeListNode::SetExpanded(bool value) {
+    if (row_ >= 0 && expanded_ != value) tree_->collapsed_ += value ? -1 : 1;  // a placed node
     expanded_ = value;
     tree_->expandedKeys_.Set(key_, value);
+    expandedRead_ = tree_->expandedKeys_.Changes();  // the keys now hold value for key_
+}
+
+int TcxTreeListNode::AbsoluteIndex() const {
+    if (tree_ && row_ >= 0) tree_->EnsureAbsolute();
+    return absoluteIndex_;
+}
+
+void TcxTreeListNode::FreshMade() const {
+    if (tree_ && textsEpoch_ != tree_->textsEpoch_) {
+        made_.assign(cells_.size(), 0);
+        textsEpoch_ = tree_->textsEpoch_;
+    }
+    if (made_.size() != cells_.size()) made_.assign(cells_.size(), 0);
 }
 
 // ---- expanded keys ------------------------------------------------------------------------------
@@ -33,22 +49,19 @@ bool TextIsInteger(const std::string& text, int64_t& out) {
 }  // namespace
 
 void TExpandedKeys::Set(const Variant& key, bool expanded) {
-    ++changes_;
     int64_t i = 0;
+    bool changed = false;
     if (key.type() == Variant::Type::Integer) {
-        if (expanded) ints_.insert(key.AsInt64());
-        else ints_.erase(key.AsInt64());
-        return;
-    }
-    std::string text = key.AsString();
-    if (TextIsInteger(text, i)) {
-        if (expanded) ints_.insert(i);
-        else ints_.erase(i);
-    } else if (expanded) {
-        texts_.insert(text);
+        changed = expanded ? ints_.insert(key.AsInt64()).second : ints_.erase(key.AsInt64()) > 0;
     } else {
-        texts_.erase(text);
+        std::string text = key.AsString();
+        if (TextIsInteger(text, i)) changed = expanded ? ints_.insert(i).second : ints_.erase(i) > 0;
+        else changed = expanded ? texts_.insert(text).second : texts_.erase(text) > 0;
     }
+    if (!changed) return;
+    static uint64_t lastChange = 0;
+    changes_ = ++lastChange;
+    if (!expanded) ++erases_;
 }
 
 bool TExpandedKeys::Has(const Variant& key) const {
@@ -76,6 +89,7 @@ bool TcxTreeListNode::Focused() const { return tree_->FocusedNode() == this; }
 const std::string& TcxTreeListNode::Texts(int columnIndex) const {
     size_t c = static_cast<size_t>(columnIndex);
     if (c >= cells_.size()) return texts_.at(c);  // raises as an index out of range does
+    FreshMade();
     if (texts_.size() < cells_.size()) texts_.resize(cells_.size());
     if (!(made_[c] & 1)) {
         const TField* f = tree_->ColumnField(columnIndex);
@@ -88,6 +102,7 @@ const std::string& TcxTreeListNode::Texts(int columnIndex) const {
 const Variant& TcxTreeListNode::Values(int columnIndex) const {
     size_t c = static_cast<size_t>(columnIndex);
     if (c >= cells_.size()) return values_.at(c);
+    FreshMade();
     if (values_.size() < cells_.size()) values_.resize(cells_.size());
     if (!(made_[c] & 2)) {
         const TField* f = tree_->ColumnField(columnIndex);
@@ -116,6 +131,7 @@ uint64_t NextBindingEpoch() {
     return ++last;
 }
 
+
 // The node objects of trees gone, by table and binding, the latest first; a few at most.
 struct TLeftNodes {
     const TdxMemData* table = nullptr;
@@ -125,12 +141,19 @@ struct TLeftNodes {
     std::unordered_map<TBookmark, std::unique_ptr<TcxTreeListNode>> others;
 };
 std::vector<TLeftNodes>& LeftNodes() {
-    static std::vector<TLeftNodes> left;
-    return left;
+    // Never destroyed: a tree that goes away at the program's exit, after this list would have,
+    // still leaves its nodes here.
+    static auto* left = new std::vector<TLeftNodes>;
+    return *left;
 }
 constexpr size_t kLeftNodes = 3;
 
 }  // namespace
+
+uint64_t TcxDBTreeList::NextTextsEpoch() {
+    static uint64_t last = 0;
+    return ++last;
+}
 
 void TcxDBTreeList::LeaveNodes() {
     const TdxMemData* t = DataSet();
@@ -160,7 +183,13 @@ void TcxDBTreeList::LeaveNodes() {
     if (left.size() > kLeftNodes) left.pop_back();
     roots_.clear();
     all_.clear();
+    absoluteStale_ = false;
+    collapsed_ = 0;
     rowToNode_.clear();
+    rowNodes_.clear();
+    rowNodesVersion_ = 0;
+    shownBits_.clear();
+    builtFrom_.followable = false;
     focused_ = nullptr;
 }
 
@@ -210,14 +239,19 @@ TcxDBTreeListColumn* TcxDBTreeList::FirstVisibleColumn() const {
 }
 
 TcxTreeListNode* TcxDBTreeList::FindNodeByKeyValue(const Variant& key) const {
+    EnsureAbsolute();
     std::string k = key.AsString();
     for (TcxTreeListNode* n : all_)
         if (!n->key_.IsNull() && n->key_.AsString() == k) return n;
     return nullptr;
 }
 
-std::vector<TcxTreeListNode*> TcxDBTreeList::VisibleNodes() const {
+std::vector<TcxTreeListNode*> TcxDBTreeList::VisibleNodes() const { return VisibleNodes(0, -1); }
+
+std::vector<TcxTreeListNode*> TcxDBTreeList::VisibleNodes(int firstLine, int count) const {
     std::vector<TcxTreeListNode*> out;
+    if (count == 0) return out;
+    int line = 0;
     // Depth first: each level's place is kept on a stack.
     std::vector<std::pair<const std::vector<TcxTreeListNode*>*, size_t>> stack{{&roots_, 0}};
     while (!stack.empty()) {
@@ -227,16 +261,19 @@ std::vector<TcxTreeListNode*> TcxDBTreeList::VisibleNodes() const {
             continue;
         }
         TcxTreeListNode* n = (*nodes)[next++];
-        out.push_back(n);
+        if (line++ >= firstLine) {
+            out.push_back(n);
+            if (count > 0 && out.size() >= static_cast<size_t>(count)) break;
+        }
         if (n->expanded_ && !n->children_.empty()) stack.push_back({&n->children_, 0});
     }
     return out;
 }
 
 TcxTreeListNode* TcxDBTreeList::HitTest(int line) const {
-    std::vector<TcxTreeListNode*> shown = VisibleNodes();
-    if (line < 0 || line >= static_cast<int>(shown.size())) return nullptr;
-    return shown[static_cast<size_t>(line)];
+    if (line < 0) return nullptr;
+    std::vector<TcxTreeListNode*> shown = VisibleNodes(line, 1);
+    return shown.empty() ? nullptr : shown[0];
 }
 
 TcxTreeListNode* TcxDBTreeList::NodeOfRow(int row) const {
@@ -269,11 +306,47 @@ void TcxDBTreeList::SetFocusedNode(TcxTreeListNode* node) {
 }
 
 void TcxDBTreeList::FullExpand() {
+    // Every node expanded with its key kept already: the walk would change nothing.
+    if (collapsed_ == 0 && erasesSeen_ == expandedKeys_.Erases()) return;
+    EnsureAbsolute();
     for (TcxTreeListNode* n : all_) n->SetExpanded(true);
+    erasesSeen_ = expandedKeys_.Erases();
 }
 
 void TcxDBTreeList::FullCollapse() {
+    EnsureAbsolute();
     for (TcxTreeListNode* n : all_) n->SetExpanded(false);
+    erasesSeen_ = expandedKeys_.Erases();
+}
+
+void TcxDBTreeList::EnsureAbsolute() const {
+    if (!absoluteStale_) return;
+    absoluteStale_ = false;
+    all_.clear();
+    // Depth first, each node before its children, as a rebuild places them.
+    std::vector<std::pair<const std::vector<TcxTreeListNode*>*, size_t>> stack{{&roots_, 0}};
+    while (!stack.empty()) {
+        auto& [nodes, next] = stack.back();
+        if (next >= nodes->size()) {
+            stack.pop_back();
+            continue;
+        }
+        TcxTreeListNode* n = (*nodes)[next++];
+        n->absoluteIndex_ = static_cast<int>(all_.size());
+        all_.push_back(n);
+        if (!n->children_.empty()) stack.push_back({&n->children_, 0});
+    }
+}
+
+void TcxDBTreeList::ReadExpandedAgain() {
+    EnsureAbsolute();
+    collapsed_ = 0;
+    for (TcxTreeListNode* n : all_) {
+        n->expanded_ = !n->key_.IsNull() && expandedKeys_.Has(n->key_);
+        n->expandedRead_ = expandedKeys_.Changes();
+        if (!n->expanded_) ++collapsed_;
+    }
+    erasesSeen_ = expandedKeys_.Erases();
 }
 
 void TcxDBTreeList::DeleteNode(TcxTreeListNode* node) {
@@ -331,18 +404,15 @@ void TcxDBTreeList::DataEvent(TdxMemData&, TDataEvent event, TField*) {
         std::vector<int> shown;
         if (t && t->Active()) shown = t->VisibleRows();
         if (!BuiltFromMatches(shown)) {
-            Rebuild();
+            if (!SameSourceAsBuilt() || !FollowShown(shown)) Rebuild();
             return;
         }
         // The same rows in the same order: the nodes stand. What a rebuild would still do is
         // done here: texts made again when read, expanded states read again, the focus.
         TBookmark focusedBookmark = focused_ ? focused_->bookmark_ : 0;
         focused_ = nullptr;
-        const bool reExpand = builtFrom_.expandedChanges != expandedKeys_.Changes();
-        for (TcxTreeListNode* n : all_) {
-            std::fill(n->made_.begin(), n->made_.end(), 0);
-            if (reExpand) n->expanded_ = !n->key_.IsNull() && expandedKeys_.Has(n->key_);
-        }
+        textsEpoch_ = NextTextsEpoch();
+        if (builtFrom_.expandedChanges != expandedKeys_.Changes()) ReadExpandedAgain();
         builtFrom_.expandedChanges = expandedKeys_.Changes();
         FocusAfterRebuild(focusedBookmark);
     } else if (event == TDataEvent::DataSetScroll) {
@@ -366,6 +436,10 @@ void TcxDBTreeList::RecordBuiltFrom(std::vector<int> shown) {
 }
 
 bool TcxDBTreeList::BuiltFromMatches(const std::vector<int>& shown) const {
+    return SameSourceAsBuilt() && builtFrom_.shown == shown;
+}
+
+bool TcxDBTreeList::SameSourceAsBuilt() const {
     TdxMemData* t = DataSet();
     // Only a tree built over an open table keeps its nodes: a closed one is rebuilt each time.
     if (!builtFrom_.valid || !t || !t->Active() || builtFrom_.table != t) return false;
@@ -377,7 +451,7 @@ bool TcxDBTreeList::BuiltFromMatches(const std::vector<int>& shown) const {
         if (builtFrom_.columns[i].first != columns_[i]->FieldName() ||
             builtFrom_.columns[i].second != columns_[i]->SortOrder)
             return false;
-    return builtFrom_.shown == shown;
+    return true;
 }
 
 TcxTreeListNode& TcxDBTreeList::NodeOfBookmark(TBookmark bookmark) {
@@ -402,242 +476,92 @@ const TField* TcxDBTreeList::ColumnField(int column) const {
     return f >= 0 && f < t->FieldCount() ? &t->Fields(f) : nullptr;
 }
 
-namespace {
+using treerows::KeyColumnsOf;
+using treerows::RootAsInteger;
+using treerows::ShownAsInteger;
+using treerows::TKeyColumns;
+using treerows::TParentIndex;
 
-// The key and parent cells of every row as integers, read once per version of the rows and
-// shared by the trees over the table (a version of the rows belongs to one table alone).
-struct TKeyColumns {
-    uint64_t rowsVersion = 0;
-    int fieldCount = 0, keyField = -1, parentField = -1;
-    std::vector<int64_t> key, parent;
-    std::vector<uint8_t> keyKind, parentKind;  // 0 null, 1 integer, 2 anything else
-    bool allInts = true;                        // no cell of either is a 2
-    // Every row filed under its parent, in table order, for one root value; made when first
-    // asked for.
-    struct TChildLists {
-        bool valid = false;
-        bool rootIsInt = false;
-        int64_t rootInt = 0;
-        std::vector<int> roots;       // rows whose parent is the root value
-        std::vector<int> start, rows; // group g's rows are rows[start[g] .. start[g + 1])
-        std::vector<int> groupOfKey;  // by row: the group its key names, -1 for none
-    };
-    mutable TChildLists lists;
-    const TChildLists& ChildLists(bool rootIsInt, int64_t rootInt) const;
-};
-
-const TKeyColumns::TChildLists& TKeyColumns::ChildLists(bool rootIsInt, int64_t rootInt) const {
-    TChildLists& l = lists;
-    if (l.valid && l.rootIsInt == rootIsInt && l.rootInt == rootInt) return l;
-    const size_t n = key.size();
-    std::unordered_map<int64_t, int> groupOf;
-    groupOf.reserve(n);
-    std::vector<int> groupOfRow(n, -1), count;
-    l.roots.clear();
-    for (size_t r = 0; r < n; ++r) {
-        if (parentKind[r] != 1) continue;
-        const int64_t v = parent[r];
-        if (rootIsInt && v == rootInt) {
-            l.roots.push_back(static_cast<int>(r));
-            continue;
-        }
-        auto [it, added] = groupOf.emplace(v, static_cast<int>(count.size()));
-        if (added) count.push_back(0);
-        groupOfRow[r] = it->second;
-        ++count[static_cast<size_t>(it->second)];
+TcxTreeListNode* TcxDBTreeList::PlaceNode(const TdxMemData& t, const TField& keyField, const TField& parentField,
+                                          int row, TcxTreeListNode* parent, TcxTreeListNode* hint) {
+    const size_t columnCount = columns_.size();
+    const uint64_t rowsVersion = t.RowsVersion();
+    if (rowNodesVersion_ != rowsVersion || rowNodes_.size() != static_cast<size_t>(t.RowCount())) {
+        rowNodes_.assign(static_cast<size_t>(t.RowCount()), nullptr);
+        rowNodesVersion_ = rowsVersion;
     }
-    l.start.assign(count.size() + 1, 0);
-    for (size_t g = 0; g < count.size(); ++g) l.start[g + 1] = l.start[g] + count[g];
-    std::vector<int> next(l.start.begin(), l.start.end() - 1);
-    l.rows.assign(static_cast<size_t>(l.start.back()), 0);
-    for (size_t r = 0; r < n; ++r)
-        if (groupOfRow[r] >= 0) l.rows[static_cast<size_t>(next[static_cast<size_t>(groupOfRow[r])]++)] = static_cast<int>(r);
-    l.groupOfKey.assign(n, -1);
-    for (size_t r = 0; r < n; ++r) {
-        if (keyKind[r] != 1) continue;
-        auto it = groupOf.find(key[r]);
-        if (it != groupOf.end()) l.groupOfKey[r] = it->second;
+    TcxTreeListNode*& ofRow = rowNodes_[static_cast<size_t>(row)];
+    TcxTreeListNode* n = ofRow;
+    if (!n) {
+        const TBookmark bookmark = t.RowBookmark(row);
+        n = hint && hint->bookmark_ == bookmark ? hint : &NodeOfBookmark(bookmark);
+        n->bookmark_ = bookmark;
+        ofRow = n;
     }
-    l.rootIsInt = rootIsInt;
-    l.rootInt = rootInt;
-    l.valid = true;
-    return l;
-}
-
-uint8_t KindOf(const TCell& c, int64_t& out) {
-    if (std::holds_alternative<std::monostate>(c)) return 0;
-    if (const auto* i = std::get_if<int64_t>(&c)) {
-        out = *i;
-        return 1;
-    }
-    return 2;
-}
-
-std::shared_ptr<const TKeyColumns> KeyColumnsOf(const TdxMemData& t, const TField& key, const TField& parent) {
-    static std::vector<std::shared_ptr<TKeyColumns>> kept;  // the latest first, a few at most
-    for (const auto& k : kept)
-        if (k->rowsVersion == t.RowsVersion() && k->fieldCount == t.FieldCount() && k->keyField == key.Index() &&
-            k->parentField == parent.Index() && k->key.size() == static_cast<size_t>(t.RowCount()))
-            return k;
-    auto k = std::make_shared<TKeyColumns>();
-    k->rowsVersion = t.RowsVersion();
-    k->fieldCount = t.FieldCount();
-    k->keyField = key.Index();
-    k->parentField = parent.Index();
-    const size_t n = static_cast<size_t>(t.RowCount());
-    k->key.assign(n, 0);
-    k->parent.assign(n, 0);
-    k->keyKind.assign(n, 0);
-    k->parentKind.assign(n, 0);
-    for (size_t r = 0; r < n; ++r) {
-        k->keyKind[r] = KindOf(t.Cell(static_cast<int>(r), key.Index()), k->key[r]);
-        k->parentKind[r] = KindOf(t.Cell(static_cast<int>(r), parent.Index()), k->parent[r]);
-        k->allInts = k->allInts && k->keyKind[r] < 2 && k->parentKind[r] < 2;
-    }
-    kept.insert(kept.begin(), k);
-    if (kept.size() > 4) kept.pop_back();
-    return k;
-}
-
-// The rows of each parent key. A key is matched by its text, as a value shows; when every key
-// and parent cell is an integer of a field shown as an integer, the integers stand for the texts.
-class TParentIndex {
-public:
-    TParentIndex(const TdxMemData& t, const TField& key, const TField& parent, const std::vector<int>& rows)
-        : t_(t), key_(key), parent_(parent), kept_(KeyColumnsOf(t, key, parent)), cols_(*kept_) {
-        ints_ = ShownAsInteger(key) && ShownAsInteger(parent);
-        for (size_t i = 0; ints_ && i < rows.size(); ++i) {
-            const size_t r = static_cast<size_t>(rows[i]);
-            ints_ = cols_.keyKind[r] < 2 && cols_.parentKind[r] < 2;
-        }
-    }
-
-    // Files the rows under their parents; a row whose parent is the root value goes to roots.
-    void Add(const std::vector<int>& rows, const Variant& rootValue, std::vector<int>& roots) {
-        std::string root = rootValue.AsString();
-        bool rootIsInt = false;
-        int64_t rootInt = 0;
-        if (ints_ && !rootValue.IsNull()) {
-            try {
-                rootInt = rootValue.AsInt64();
-                rootIsInt = std::to_string(rootInt) == root;
-            } catch (...) {
-                rootIsInt = false;
+    n->tree_ = this;
+    n->parent_ = parent;
+    n->level_ = parent ? parent->level_ + 1 : 0;
+    n->row_ = row;
+    // A node placed over the same version of the rows holds their values already.
+    const bool current =
+        n->rowsVersion_ == rowsVersion && n->bindingEpoch_ == bindingEpoch_ && n->cells_.size() == columnCount;
+    if (!current) {
+        n->key_ = t.RowValue(row, keyField);
+        n->parentKey_ = t.RowValue(row, parentField);
+        // The cells as they stand now; texts and values are made again when read. Room for
+        // texts and values is made when the first is read: most nodes of a large tree are never
+        // drawn.
+        n->cells_.resize(columnCount);
+        if (n->texts_.size() > columnCount) n->texts_.resize(columnCount);
+        if (n->values_.size() > columnCount) n->values_.resize(columnCount);
+        for (size_t c = 0; c < columnCount; ++c) {
+            int f = columnFields_[c];
+            if (f < 0) {
+                n->cells_[c] = TCell{};
+                continue;
             }
+            if (!t.SameCell(row, f, n->cells_[c])) n->cells_[c] = t.Cell(row, f);
         }
-        // Rows in table order over a table of integer keys: the kept lists, less the rows not
-        // shown, are what filing them one by one gives.
-        if (ints_ && cols_.allInts &&
-            std::adjacent_find(rows.begin(), rows.end(), std::greater_equal<int>()) == rows.end()) {
-            lists_ = &cols_.ChildLists(rootIsInt, rootInt);
-            shown_.assign(cols_.key.size(), 0);
-            for (int row : rows) shown_[static_cast<size_t>(row)] = 1;
-            taken_.assign(lists_->start.size() - 1, 0);
-            for (int row : lists_->roots)
-                if (shown_[static_cast<size_t>(row)]) roots.push_back(row);
-            return;
-        }
-        for (int row : rows) {
-            if (ints_) {
-                const size_t r = static_cast<size_t>(row);
-                if (cols_.parentKind[r] == 0) continue;
-                int64_t v = cols_.parent[r];
-                if (rootIsInt && v == rootInt) roots.push_back(row);
-                else byInt_[v].push_back(row);
-            } else {
-                const TCell p = t_.Cell(row, parent_.Index());
-                if (std::holds_alternative<std::monostate>(p)) continue;
-                std::string text = parent_.CellToVariant(p).AsString();
-                if (!rootValue.IsNull() && text == root) roots.push_back(row);
-                else byText_[text].push_back(row);
-            }
-        }
+        n->rowsVersion_ = rowsVersion;
+        n->bindingEpoch_ = bindingEpoch_;
     }
-
-    // Whether keys are matched as integers (otherwise by their texts).
-    bool Ints() const { return ints_; }
-
-    // Each parent's rows, as filed.
-    template <class F>
-    void ForEachGroup(F&& f) {
-        if (lists_) {
-            std::vector<int> rows;
-            for (size_t g = 0; g + 1 < lists_->start.size(); ++g)
-                if (!taken_[g] && ShownOfGroup(g, rows)) f(rows);
-            return;
-        }
-        for (auto& [key, rows] : byInt_) f(rows);
-        for (auto& [key, rows] : byText_) f(rows);
+    // Its state read under the same keys, for the same key, stands.
+    if (!current || n->expandedRead_ != expandedKeys_.Changes()) {
+        n->expanded_ = !n->key_.IsNull() && expandedKeys_.Has(n->key_);
+        n->expandedRead_ = expandedKeys_.Changes();
     }
+    if (!n->expanded_) ++collapsed_;
+    rowToNode_[static_cast<size_t>(row)] = n;
+    return n;
+}
 
-    // Takes the rows filed under a row's key away (each parent's rows are placed once).
-    bool Take(int row, std::vector<int>& out) {
-        if (lists_) {
-            const int g = lists_->groupOfKey[static_cast<size_t>(row)];
-            if (g < 0 || taken_[static_cast<size_t>(g)]) return false;
-            taken_[static_cast<size_t>(g)] = 1;
-            return ShownOfGroup(static_cast<size_t>(g), out);
-        }
-        if (ints_) {
-            const size_t r = static_cast<size_t>(row);
-            if (cols_.keyKind[r] == 0) return false;
-            auto it = byInt_.find(cols_.key[r]);
-            if (it == byInt_.end()) return false;
-            out = std::move(it->second);
-            byInt_.erase(it);
-            return true;
-        }
-        const TCell k = t_.Cell(row, key_.Index());
-        if (std::holds_alternative<std::monostate>(k)) return false;
-        auto it = byText_.find(key_.CellToVariant(k).AsString());
-        if (it == byText_.end()) return false;
-        out = std::move(it->second);
-        byText_.erase(it);
-        return true;
-    }
-
-private:
-    static bool ShownAsInteger(const TField& f) {
-        return f.DataType() != TFieldType::ftBoolean && f.DataType() != TFieldType::ftCurrency;
-    }
-    bool ShownOfGroup(size_t g, std::vector<int>& out) const {
-        out.clear();
-        for (int i = lists_->start[g]; i < lists_->start[g + 1]; ++i) {
-            const int row = lists_->rows[static_cast<size_t>(i)];
-            if (shown_[static_cast<size_t>(row)]) out.push_back(row);
-        }
-        return !out.empty();
-    }
-
-    const TdxMemData& t_;
-    const TField& key_;
-    const TField& parent_;
-    std::shared_ptr<const TKeyColumns> kept_;  // held while the index lives
-    const TKeyColumns& cols_;
-    const TKeyColumns::TChildLists* lists_ = nullptr;  // when filed from the kept lists
-    std::vector<uint8_t> shown_, taken_;
-    bool ints_ = false;
-    std::unordered_map<int64_t, std::vector<int>> byInt_;
-    std::unordered_map<std::string, std::vector<int>> byText_;
-};
-
-}  // namespace
+void TcxDBTreeList::DetachNode(TcxTreeListNode* node) {
+    if (node->row_ >= 0 && static_cast<size_t>(node->row_) < rowToNode_.size() &&
+        rowToNode_[static_cast<size_t>(node->row_)] == node)
+        rowToNode_[static_cast<size_t>(node->row_)] = nullptr;
+    if (node->row_ >= 0 && !node->expanded_) --collapsed_;
+    node->parent_ = nullptr;
+    node->children_.clear();
+    node->level_ = 0;
+    node->index_ = 0;
+    node->absoluteIndex_ = -1;
+    node->row_ = -1;
+}
 
 void TcxDBTreeList::Rebuild() {
     TBookmark focusedBookmark = focused_ ? focused_->bookmark_ : 0;
     focused_ = nullptr;
     builtFrom_.valid = false;
+    builtFrom_.followable = false;
+    textsEpoch_ = NextTextsEpoch();
     // Every node is detached until placed again; those not placed last time are detached already.
-    for (TcxTreeListNode* node : all_) {
-        node->parent_ = nullptr;
-        node->children_.clear();
-        node->level_ = 0;
-        node->index_ = 0;
-        node->absoluteIndex_ = -1;
-        node->row_ = -1;
-    }
+    for (TcxTreeListNode* node : rowToNode_)
+        if (node) DetachNode(node);
     roots_.clear();
     all_.clear();
+    absoluteStale_ = false;
+    collapsed_ = 0;
+    shownBits_.clear();
     // The node of each row last time: a row that kept its place finds its node without a search.
     std::vector<TcxTreeListNode*> previousNodes;
     previousNodes.swap(rowToNode_);
@@ -652,8 +576,6 @@ void TcxDBTreeList::Rebuild() {
             TField* f = t->FindField(c->FieldName());
             columnFields_.push_back(f ? f->Index() : -1);
         }
-        const size_t columnCount = columns_.size();
-        const uint64_t rowsVersion = t->RowsVersion();
         // Columns, key or parent bound anew: every node reads its cells again.
         std::vector<int> binding = columnFields_;
         binding.push_back(keyField->Index());
@@ -665,7 +587,6 @@ void TcxDBTreeList::Rebuild() {
 
         // Rows the table shows, grouped by their parent key.
         std::vector<int> shown = t->VisibleRows();
-        RecordBuiltFrom(shown);
         all_.reserve(shown.size());
         TParentIndex byParent(*t, *keyField, *parentField, shown);
         std::vector<int> rootRows;
@@ -707,62 +628,50 @@ void TcxDBTreeList::Rebuild() {
             });
         };
 
+        // Depth first: each node, then its children; a level's rows wait on a stack.
+        struct TLevel {
+            std::vector<int> rows;
+            size_t next = 0;
+            TcxTreeListNode* parent = nullptr;
+        };
+        std::vector<TLevel> stack(1);
+        stack[0].rows = std::move(rootRows);
+        sortRows(stack[0].rows);
         std::vector<int> kids;
-        std::function<void(std::vector<int>&, TcxTreeListNode*, std::vector<TcxTreeListNode*>&)> place =
-            [&](std::vector<int>& rows, TcxTreeListNode* parent, std::vector<TcxTreeListNode*>& into) {
-                sortRows(rows);
-                for (int row : rows) {
-                    if (rowToNode_[static_cast<size_t>(row)]) continue;  // each row is one node at most
-                    TBookmark bookmark = t->RowBookmark(row);
-                    TcxTreeListNode* n = static_cast<size_t>(row) < previousNodes.size()
-                                             ? previousNodes[static_cast<size_t>(row)]
-                                             : nullptr;
-                    if (!n || n->bookmark_ != bookmark) {
-                        n = &NodeOfBookmark(bookmark);
-                    }
-                    n->tree_ = this;
-                    n->parent_ = parent;
-                    n->level_ = parent ? parent->level_ + 1 : 0;
-                    n->index_ = static_cast<int>(into.size());
-                    n->row_ = row;
-                    n->bookmark_ = bookmark;
-                    // A node placed over the same version of the rows holds their values already.
-                    const bool current = n->rowsVersion_ == rowsVersion && n->bindingEpoch_ == bindingEpoch_ &&
-                                         n->cells_.size() == columnCount;
-                    if (!current) {
-                        n->key_ = t->RowValue(row, *keyField);
-                        n->parentKey_ = t->RowValue(row, *parentField);
-                    }
-                    n->absoluteIndex_ = static_cast<int>(all_.size());
-                    n->expanded_ = !n->key_.IsNull() && expandedKeys_.Has(n->key_);
-                    // The cells as they stand now; texts and values are made again when read.
-                    // Room for texts and values is made when the first is read: most nodes of
-                    // a large tree are never drawn.
-                    n->cells_.resize(columnCount);
-                    if (n->texts_.size() > columnCount) n->texts_.resize(columnCount);
-                    if (n->values_.size() > columnCount) n->values_.resize(columnCount);
-                    n->made_.assign(columnCount, 0);
-                    for (size_t c = 0; c < columnCount && !current; ++c) {
-                        int f = columnFields_[c];
-                        if (f < 0) {
-                            n->cells_[c] = TCell{};
-                            continue;
-                        }
-                        if (!t->SameCell(row, f, n->cells_[c])) n->cells_[c] = t->Cell(row, f);
-                    }
-                    n->rowsVersion_ = rowsVersion;
-                    n->bindingEpoch_ = bindingEpoch_;
-                    rowToNode_[static_cast<size_t>(row)] = n;
-                    into.push_back(n);
-                    all_.push_back(n);
-                    if (byParent.Take(row, kids)) {
-                        std::vector<int> mine = std::move(kids);
-                        place(mine, n, n->children_);
-                    }
-                }
-            };
-        place(rootRows, nullptr, roots_);
+        while (!stack.empty()) {
+            TLevel& level = stack.back();
+            if (level.next >= level.rows.size()) {
+                stack.pop_back();
+                continue;
+            }
+            const int row = level.rows[level.next++];
+            if (rowToNode_[static_cast<size_t>(row)]) continue;  // each row is one node at most
+            TcxTreeListNode* parent = level.parent;
+            std::vector<TcxTreeListNode*>& into = parent ? parent->children_ : roots_;
+            TcxTreeListNode* hint =
+                static_cast<size_t>(row) < previousNodes.size() ? previousNodes[static_cast<size_t>(row)] : nullptr;
+            TcxTreeListNode* n = PlaceNode(*t, *keyField, *parentField, row, parent, hint);
+            n->index_ = static_cast<int>(into.size());
+            n->absoluteIndex_ = static_cast<int>(all_.size());
+            into.push_back(n);
+            all_.push_back(n);
+            if (byParent.Take(row, kids)) {
+                TLevel below;
+                below.rows.swap(kids);
+                below.parent = n;
+                sortRows(below.rows);
+                stack.push_back(std::move(below));  // level is not used past here
+            }
+        }
+        // Built from the kept lists over unique parent keys and ordered by kept places (or not
+        // sorted): the next filter over these rows can be followed node by node.
+        const TKeyColumns::TChildLists* lists = byParent.Lists();
+        const bool followable = lists && lists->uniqueKeys && (!sortField || kept);
+        RecordBuiltFrom(std::move(shown));
+        builtFrom_.followable = followable;
+        if (followable) shownBits_ = byParent.TakeShown();
     }
+    erasesSeen_ = expandedKeys_.Erases();
     FocusAfterRebuild(focusedBookmark);
 }
 
@@ -771,8 +680,8 @@ namespace {
 // The places last made, by any tree: a tree made anew over rows that another tree has ordered
 // (the chooser's, or the pane's before the explorer closed) takes them as they are.
 std::vector<std::shared_ptr<const TcxDBTreeList::TSiblingPlaces>>& SharedSiblingPlaces() {
-    static std::vector<std::shared_ptr<const TcxDBTreeList::TSiblingPlaces>> kept;
-    return kept;
+    static auto* kept = new std::vector<std::shared_ptr<const TcxDBTreeList::TSiblingPlaces>>;  // never destroyed
+    return *kept;
 }
 constexpr size_t kSharedSiblingPlaces = 4;
 

@@ -27,10 +27,14 @@ class TExpandedKeys {
 public:
     void Set(const Variant& key, bool expanded);
     bool Has(const Variant& key) const;
-    uint64_t Changes() const { return changes_; }  // grows at every Set
+    // Drawn anew (from one count for all sets) at every Set that adds or drops a key: a state
+    // read under the same value is still the state; 0 only while nothing was ever set.
+    uint64_t Changes() const { return changes_; }
+    uint64_t Erases() const { return erases_; }    // grows at every Set that drops a key
 
 private:
     uint64_t changes_ = 0;
+    uint64_t erases_ = 0;
     std::unordered_set<int64_t> ints_;
     std::unordered_set<std::string> texts_;
 };
@@ -75,7 +79,7 @@ public:
     TcxTreeListNode* Items(int i) const { return children_.at(static_cast<size_t>(i)); }
     const std::vector<TcxTreeListNode*>& Children() const { return children_; }
     int Index() const { return index_; }                  // among its siblings
-    int AbsoluteIndex() const { return absoluteIndex_; }  // in the whole tree, expanded or not
+    int AbsoluteIndex() const;  // in the whole tree, expanded or not
     const Variant& KeyValue() const { return key_; }
     const Variant& ParentKeyValue() const { return parentKey_; }
     TBookmark RecordBookmark() const { return bookmark_; }
@@ -93,26 +97,32 @@ public:
 
 private:
     friend class TcxDBTreeList;
+    // What placing a node reads and writes comes first, in as few cache lines as can hold it: a
+    // large tree places tens of thousands of nodes at a filter change.
     TcxDBTreeList* tree_ = nullptr;
     TcxTreeListNode* parent_ = nullptr;
-    std::vector<TcxTreeListNode*> children_;
     int level_ = 0;
     int index_ = 0;
     int absoluteIndex_ = 0;
-    Variant key_;
-    Variant parentKey_;
-    TBookmark bookmark_ = 0;
     int row_ = -1;
+    TBookmark bookmark_ = 0;
     bool expanded_ = false;
-    // The row's cells of the columns when the tree last followed the table; the texts and values
-    // are made from them when first asked for after that.
-    std::vector<TCell> cells_;
-    mutable std::vector<std::string> texts_;
-    mutable std::vector<Variant> values_;
-    mutable std::vector<uint8_t> made_;  // per column: 1 text made, 2 value made
     // The version of the rows and the tree's binding when the cells and keys were last read.
     uint64_t rowsVersion_ = 0;
     uint64_t bindingEpoch_ = 0;
+    uint64_t expandedRead_ = 0;  // the expanded keys' Changes() when expanded_ was read
+    std::vector<TcxTreeListNode*> children_;
+    // The row's cells of the columns when the tree last followed the table; the texts and values
+    // are made from them when first asked for after that.
+    std::vector<TCell> cells_;
+    Variant key_;
+    Variant parentKey_;
+    mutable std::vector<std::string> texts_;
+    mutable std::vector<Variant> values_;
+    mutable std::vector<uint8_t> made_;  // per column: 1 text made, 2 value made
+    mutable uint64_t textsEpoch_ = 0;    // the tree's texts epoch made_ belongs to
+    // made_ cleared when the tree has followed the table since it was filled.
+    void FreshMade() const;
 };
 
 // Font style of a drawn cell.
@@ -150,11 +160,19 @@ public:
     // Nodes.
     int Count() const { return static_cast<int>(roots_.size()); }  // root nodes
     TcxTreeListNode* Items(int i) const { return roots_.at(static_cast<size_t>(i)); }
-    int AbsoluteCount() const { return static_cast<int>(all_.size()); }
-    TcxTreeListNode* AbsoluteItems(int i) const { return all_.at(static_cast<size_t>(i)); }
+    int AbsoluteCount() const {
+        EnsureAbsolute();
+        return static_cast<int>(all_.size());
+    }
+    TcxTreeListNode* AbsoluteItems(int i) const {
+        EnsureAbsolute();
+        return all_.at(static_cast<size_t>(i));
+    }
     TcxTreeListNode* FindNodeByKeyValue(const Variant& key) const;
     // The nodes a user sees, in order: those whose ancestors are all expanded.
     std::vector<TcxTreeListNode*> VisibleNodes() const;
+    // Those shown on count lines from a line (0 = top line), as a view paints them.
+    std::vector<TcxTreeListNode*> VisibleNodes(int firstLine, int count) const;
     // The node shown on a line of the tree (0 = top line); nullptr for the empty space below.
     TcxTreeListNode* HitTest(int line) const;
 
@@ -201,7 +219,9 @@ public:
     // table tells of a change that leaves the rows shown, their values and their order as the
     // tree last built them, the nodes stay as they are: only their texts are made again when
     // read, their expanded state is read again, and the focus follows the cursor as after a
-    // rebuild.
+    // rebuild. When only the rows the filter shows changed, the tree adds and drops the nodes
+    // of the rows that came and went and leaves the others standing; what it then shows is
+    // what a rebuild gives.
     void Rebuild();
 
     void DataEvent(TdxMemData& table, TDataEvent event, TField* field) override;
@@ -220,6 +240,10 @@ private:
     // settings still give the same nodes.
     struct TBuiltFrom {
         bool valid = false;
+        // The nodes stand as filed from the kept lists of each parent's rows, ordered by the kept
+        // sibling places (or in table order when nothing is sorted), over unique parent keys:
+        // a new filter over the same rows can be followed node by node.
+        bool followable = false;
         const TdxMemData* table = nullptr;
         uint64_t rowsVersion = 0;
         int fieldCount = 0;
@@ -231,6 +255,25 @@ private:
     };
     void RecordBuiltFrom(std::vector<int> shown);
     bool BuiltFromMatches(const std::vector<int>& shown) const;
+    // Everything but the rows shown is as the nodes were built from.
+    bool SameSourceAsBuilt() const;
+    // Follows a filter that shows other rows of the same version: drops the nodes of the rows
+    // gone (with all below them), places those of the rows come (with their shown rows below),
+    // and leaves the rest. False when the nodes were not built in a way it can follow; the
+    // caller then rebuilds.
+    bool FollowShown(const std::vector<int>& shown);
+    // Places the node of a row under a parent (nullptr: a root), reading its key, parent and
+    // cells unless it was placed over the same rows and binding; index among its siblings and
+    // absolute place are the caller's.
+    TcxTreeListNode* PlaceNode(const TdxMemData& t, const TField& keyField, const TField& parentField, int row,
+                               TcxTreeListNode* parent, TcxTreeListNode* hint);
+    // Takes a placed node out of the tree (its children are the caller's).
+    void DetachNode(TcxTreeListNode* node);
+    // Reads every placed node's expanded state from the expanded keys again.
+    void ReadExpandedAgain();
+    // The absolute order (all_ and each node's absolute index) made again if the nodes moved.
+    void EnsureAbsolute() const;
+    static uint64_t NextTextsEpoch();
     // After the nodes were placed: the node of the cursor's row is focused; the same row keeps
     // its focus quietly, another is a change.
     void FocusAfterRebuild(TBookmark focusedBookmark);
@@ -274,7 +317,23 @@ private:
     // bookmarks from 1 to 2^24 stand in byBookmark_, others here.
     std::unordered_map<TBookmark, std::unique_ptr<TcxTreeListNode>> storage_;
     std::vector<TcxTreeListNode*> roots_;
-    std::vector<TcxTreeListNode*> all_;  // absolute order
+    // Absolute order, made when first read after the nodes moved (a filter followed node by
+    // node leaves it stale).
+    mutable std::vector<TcxTreeListNode*> all_;
+    mutable bool absoluteStale_ = false;
+    // Placed nodes not expanded; with no key dropped from expandedKeys_ since every placed node
+    // read its state (erasesSeen_), none means every placed node is expanded with its key kept.
+    int collapsed_ = 0;
+    uint64_t erasesSeen_ = 0;
+    // Drawn anew (from one count for all trees) each time the tree follows the table: a node's
+    // texts and values made under another epoch are made again when read.
+    uint64_t textsEpoch_ = 0;
+    // By row: whether the filter shows it, as the nodes were last built (kept while followable).
+    std::vector<uint8_t> shownBits_;
+    // By row: the node last placed for it over rowNodesVersion_, placed or not now; a row of the
+    // same version finds its node without asking its bookmark.
+    std::vector<TcxTreeListNode*> rowNodes_;
+    uint64_t rowNodesVersion_ = 0;
     TcxTreeListNode* focused_ = nullptr;
     TcxTreeListNode* hitNode_ = nullptr;
     TExpandedKeys expandedKeys_;                    // kept across rebuilds
