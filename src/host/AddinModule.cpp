@@ -139,7 +139,14 @@ void TAddInModule::DefinePanes() {
 }
 
 // The panes go before the tables they show.
-TAddInModule::~TAddInModule() { adxOlFormsManager1.FreeForms(); }
+TAddInModule::~TAddInModule() {
+    JoinDetacher();
+    adxOlFormsManager1.FreeForms();
+}
+
+void TAddInModule::JoinDetacher() {
+    if (detacher_.joinable()) detacher_.join();
+}
 
 // ---------------------------------------------------------------------------------------------
 // Lifecycle
@@ -231,6 +238,11 @@ void TAddInModule::AddInStartupComplete() {
         LoadDistLists();
         LoadAppointments();
         LoadNotes();
+        prefetch_.reset();  // every parse was taken; the second thread is joined
+        // The files were mapped rather than copied, which start-up need not wait for; their
+        // bytes become the process's own on a second thread from here.
+        JoinDetacher();
+        detacher_ = std::thread([] { DetachTableFileImages(); });
 
         // 14. The item watcher, connected only when an item is awaited.
         mailItems_ = std::make_unique<TItems>();
@@ -246,6 +258,7 @@ void TAddInModule::AddInStartupComplete() {
 }
 
 void TAddInModule::AddInBeginShutdown() {
+    JoinDetacher();
     Swallow([this] {
         TModuleGlobals& g = vars_;
 
@@ -383,13 +396,15 @@ void TAddInModule::StartPrefetch() {
     // the emails are taken.
     const TModuleGlobals& g = vars_;
     try {
-        prefetch_ = std::make_unique<TTablePrefetch>(std::vector<TTablePrefetch::Request>{
-            {&MemDataEmails, g.EmailsPath},
-            {&MemDataContacts, g.ContactsPath},
-            {&MemDataDistLists, g.DistlistsPath},
-            {&MemDataAppointments, g.AppointmentsPath},
-            {&MemDataNotes, g.NotesPath},
-        });
+        prefetch_ = std::make_unique<TTablePrefetch>(
+            std::vector<TTablePrefetch::Request>{
+                {&MemDataEmails, g.EmailsPath},
+                {&MemDataContacts, g.ContactsPath},
+                {&MemDataDistLists, g.DistlistsPath},
+                {&MemDataAppointments, g.AppointmentsPath},
+                {&MemDataNotes, g.NotesPath},
+            },
+            TableFileRead::Map);
     } catch (...) {
         prefetch_.reset();  // every table loads its file at its turn, as without a second thread
     }
@@ -405,7 +420,7 @@ void TAddInModule::LoadTable(TdxMemData& table, const std::string& path, const c
         };
         try {
             // The parse made ahead for this file when it is still the file read; else the file.
-            if (!prefetch_ || !prefetch_->Take(table, path)) table.LoadFromBinaryFile(path);
+            if (!prefetch_ || !prefetch_->Take(table, path)) table.LoadFromBinaryFile(path, TableFileRead::Map);
             if (!table.LoadedWhole()) noteDamaged();
         } catch (...) {
             noteDamaged();

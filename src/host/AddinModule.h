@@ -7,6 +7,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <thread>
 
 #include "framework/AddInModule.h"
 #include "framework/OlFormsManager.h"
@@ -121,6 +122,9 @@ private:
     std::unique_ptr<TItems> mailItems_;
     // Table files that failed to load or loaded short, kept aside at the first save over them.
     std::set<std::string> damagedFiles_;
+    // Makes the tables' mapped files the process's own memory after start-up (see LoadTable).
+    std::thread detacher_;
+    void JoinDetacher();
     // Last, so that the forms go before the tables they show.
     TModuleGlobals vars_;
 };

@@ -293,7 +293,7 @@ const char* TdxMemData::TextStore::Add(std::string_view s) {
     return at;
 }
 
-const char* TdxMemData::TextStore::Keep(std::unique_ptr<char[]> image, size_t size) {
+const char* TdxMemData::TextStore::Keep(std::shared_ptr<const char> image, size_t size) {
     bytes_ += size;
     images_.push_back(std::move(image));
     return images_.back().get();

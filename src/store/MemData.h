@@ -240,8 +240,9 @@ public:
     // since.
     bool FileHoldsRows(const std::string& path) const;
     // The file is read only when it is a regular file (a link to one is followed); it is
-    // replaced whole by a save, never left torn (see store/TableFile.h).
-    void LoadFromBinaryFile(const std::string& path);
+    // replaced whole by a save, never left torn (see store/TableFile.h). A mapped file's text
+    // stays the file's until DetachTableFileImages.
+    void LoadFromBinaryFile(const std::string& path, TableFileRead how = TableFileRead::Copy);
     // Takes over what a load into `from`, a table of the same fields, left: its rows, text,
     // auto-increment state, whether it read whole, and the stamp of the file it read, leaving
     // this table as that load would have left it (and telling its observers as a load does);
@@ -318,12 +319,12 @@ private:
     class TextStore {
     public:
         const char* Add(std::string_view s);
-        const char* Keep(std::unique_ptr<char[]> image, size_t size);  // its bytes stay put
+        const char* Keep(std::shared_ptr<const char> image, size_t size);  // its bytes stay put
         void Clear();
         size_t Bytes() const { return bytes_; }  // all text held, live or replaced
 
     private:
-        std::vector<std::unique_ptr<char[]>> images_;
+        std::vector<std::shared_ptr<const char>> images_;
         std::vector<std::unique_ptr<char[]>> blocks_;
         char* current_ = nullptr;
         size_t used_ = 0, capacity_ = 0, bytes_ = 0;

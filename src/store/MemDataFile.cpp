@@ -664,9 +664,10 @@ private:
 void TdxMemData::SaveToStream(std::string& out) { TMemDataWriter::Save(*this, out); }
 
 void TdxMemData::LoadFromStream(const std::string& bytes) {
+    std::unique_ptr<char[]> copy(new char[bytes.size() + 1]);
+    std::memcpy(copy.get(), bytes.data(), bytes.size());
     TableFileImage image;
-    image.data.reset(new char[bytes.size() + 1]);
-    std::memcpy(image.data.get(), bytes.data(), bytes.size());
+    image.data = std::shared_ptr<const char>(copy.release(), std::default_delete<const char[]>());
     image.size = bytes.size();
     LoadImage(std::move(image), nullptr, TableFileStamp{});
 }
@@ -802,9 +803,9 @@ bool TdxMemData::FileHoldsRows(const std::string& path) const {
            StampOfTableFile(path) == stamp_.file;
 }
 
-void TdxMemData::LoadFromBinaryFile(const std::string& path) {
+void TdxMemData::LoadFromBinaryFile(const std::string& path, TableFileRead how) {
     TableFileStamp stamp;
-    TableFileImage image = ReadTableFileImage(path, stamp);
+    TableFileImage image = ReadTableFileImage(path, stamp, how);
     LoadImage(std::move(image), &path, stamp);
 }
 

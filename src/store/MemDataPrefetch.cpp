@@ -37,7 +37,7 @@ TableFileStamp PrefetchStampOf(const std::string& path) { return StampOfTableFil
 
 #endif
 
-TTablePrefetch::TTablePrefetch(const std::vector<Request>& requests) {
+TTablePrefetch::TTablePrefetch(const std::vector<Request>& requests, TableFileRead how) : how_(how) {
     jobs_.reserve(requests.size());
     for (const Request& r : requests) {
         Job job;
@@ -84,14 +84,14 @@ void TTablePrefetch::Work() {
 }
 
 // Only the thread that set the job running reads or writes it until it is done.
-void TTablePrefetch::Run(Job& job) {
+void TTablePrefetch::Run(Job& job) const {
     try {
         const TableFileStamp before = PrefetchStampOf(job.path);
         job.present = platform::FileExists(job.path);
         if (!job.present) return;
         const uint64_t version = job.table->RowsVersion();
         try {
-            job.table->LoadFromBinaryFile(job.path);
+            job.table->LoadFromBinaryFile(job.path, how_);
         } catch (...) {
             job.error = std::current_exception();
             job.touched = job.table->RowsVersion() != version;

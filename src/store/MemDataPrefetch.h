@@ -24,9 +24,10 @@ public:
         std::string path;
     };
 
-    // Starts parsing the files, in the order given. The private tables are made here, on the
-    // calling thread. Where no thread can be started, nothing is parsed ahead.
-    explicit TTablePrefetch(const std::vector<Request>& requests);
+    // Starts parsing the files, in the order given, each read as `how` says. The private tables
+    // are made here, on the calling thread. Where no thread can be started, nothing is parsed
+    // ahead.
+    TTablePrefetch(const std::vector<Request>& requests, TableFileRead how);
     // A parse not begun is dropped; one under way is waited for.
     ~TTablePrefetch();
     TTablePrefetch(const TTablePrefetch&) = delete;
@@ -54,10 +55,11 @@ private:
     };
 
     void Work();
-    static void Run(Job& job);
+    void Run(Job& job) const;
     Job* NextPending();  // under the lock
 
     std::vector<Job> jobs_;
+    TableFileRead how_;
     std::mutex mutex_;
     std::condition_variable done_;
     bool stop_ = false;

@@ -11,12 +11,15 @@
 #include <windows.h>
 #else
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <mutex>
+#include <vector>
 #endif
 
 #include "base/Exceptions.h"
@@ -149,15 +152,19 @@ bool IsRegularTableFile(const std::string& path) {
     return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_DEVICE));
 }
 
-TableFileImage ReadTableFileImage(const std::string& path, TableFileStamp& stamp) {
+TableFileImage ReadTableFileImage(const std::string& path, TableFileStamp& stamp, TableFileRead) {
+    // A mapped file could not be replaced while it is mapped, so files are always copied here.
     stamp = TableFileStamp{};
     std::string bytes = ReadTableFile(path);
+    std::unique_ptr<char[]> copy(new char[bytes.size() + 1]);
+    std::memcpy(copy.get(), bytes.data(), bytes.size());
     TableFileImage image;
     image.size = bytes.size();
-    image.data.reset(new char[bytes.size() + 1]);
-    std::memcpy(image.data.get(), bytes.data(), bytes.size());
+    image.data = std::shared_ptr<const char>(copy.release(), std::default_delete<const char[]>());
     return image;
 }
+
+void DetachTableFileImages() {}
 
 TableFileStamp StampOfTableFile(const std::string&) { return TableFileStamp{}; }
 
@@ -347,6 +354,8 @@ void WriteInPlace(const std::string& path, const std::string& target, const Tabl
         more = next(piece);
         bytes += piece;
     }
+    // A table may still read its text from this very file.
+    DetachTableFileImages();
     Descriptor fd(::open(target.c_str(), O_WRONLY | O_CLOEXEC));
     if (fd.get() < 0) CannotCreate(path, ErrorText(errno));
     int err = 0;
@@ -370,7 +379,84 @@ TableFileStamp StampOf(const struct stat& st) {
 
 }  // namespace
 
-TableFileImage ReadTableFileImage(const std::string& path, TableFileStamp& stamp) {
+namespace {
+
+// A file's bytes mapped into memory, private to the process and read-only. Until it is
+// detached the pages are the file's; the mapping goes when the last image of it goes.
+struct MappedFile {
+    char* address = nullptr;
+    size_t length = 0;  // whole pages
+    bool detached = false;
+    ~MappedFile() {
+        if (address) ::munmap(address, length);
+    }
+};
+
+// The mappings made, for DetachTableFileImages; `detaching` is held while one detaches.
+std::mutex mappedLock, detaching;
+std::vector<std::weak_ptr<MappedFile>> mapped;
+
+// The file's bytes mapped, or none where the file can't be mapped (then it is read instead).
+TableFileImage MapFile(int fd, const struct stat& st) {
+    TableFileImage image;
+    const size_t size = static_cast<size_t>(st.st_size);
+    const auto page = static_cast<size_t>(::sysconf(_SC_PAGESIZE));
+    auto file = std::make_shared<MappedFile>();
+    void* at = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd, 0);
+    if (at == MAP_FAILED) return image;
+    file->address = static_cast<char*>(at);
+    file->length = (size + page - 1) / page * page;
+    {
+        std::lock_guard<std::mutex> hold(mappedLock);
+        std::erase_if(mapped, [](const std::weak_ptr<MappedFile>& m) { return m.expired(); });
+        mapped.push_back(file);
+    }
+    image.data = std::shared_ptr<const char>(file, file->address);
+    image.size = size;
+    return image;
+}
+
+// Moves the mapping's pages, a few megabytes at a time, to fresh memory of the process's own
+// at the same addresses: each step makes the copy elsewhere and then moves it over the original
+// in one call, so that a reader on another thread sees the same bytes throughout.
+bool Detach(MappedFile& file) {
+    constexpr size_t kStep = size_t{4} << 20;
+    for (size_t done = 0; done < file.length;) {
+        const size_t n = std::min(kStep, file.length - done);
+        void* fresh = ::mmap(nullptr, n, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (fresh == MAP_FAILED) return false;
+        std::memcpy(fresh, file.address + done, n);
+        if (::mprotect(fresh, n, PROT_READ) != 0 ||
+            ::mremap(fresh, n, n, MREMAP_MAYMOVE | MREMAP_FIXED, file.address + done) == MAP_FAILED) {
+            ::munmap(fresh, n);
+            return false;
+        }
+        done += n;
+    }
+    file.detached = true;
+    return true;
+}
+
+}  // namespace
+
+void DetachTableFileImages() {
+    std::lock_guard<std::mutex> one(detaching);
+    std::vector<std::shared_ptr<MappedFile>> live;
+    {
+        std::lock_guard<std::mutex> hold(mappedLock);
+        for (const std::weak_ptr<MappedFile>& m : mapped)
+            if (auto file = m.lock(); file && !file->detached) live.push_back(std::move(file));
+        mapped.clear();
+    }
+    for (const auto& file : live)
+        if (!Detach(*file)) {
+            // Out of memory for the copy: tried again at the next call.
+            std::lock_guard<std::mutex> hold(mappedLock);
+            mapped.push_back(file);
+        }
+}
+
+TableFileImage ReadTableFileImage(const std::string& path, TableFileStamp& stamp, TableFileRead how) {
     stamp = TableFileStamp{};
     Descriptor fd(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (fd.get() < 0) CannotOpen(path, ErrorText(errno));
@@ -379,26 +465,39 @@ TableFileImage ReadTableFileImage(const std::string& path, TableFileStamp& stamp
     if (S_ISDIR(st.st_mode)) CannotOpen(path, ErrorText(EISDIR));
     if (!S_ISREG(st.st_mode)) CannotOpen(path, "Not a regular file");
 
+    if (how == TableFileRead::Map && st.st_size > 0) {
+        TableFileImage image = MapFile(fd.get(), st);
+        // The stamp is had again after the mapping: a file changed meanwhile is read instead.
+        struct stat now;
+        if (image.data && ::fstat(fd.get(), &now) == 0 && StampOf(now) == StampOf(st)) {
+            stamp = StampOf(st);
+            return image;
+        }
+    }
+
     // Straight into a buffer of the file's size; a file that grows meanwhile is read on.
-    TableFileImage image;
+    size_t size = 0;
     size_t capacity = static_cast<size_t>(st.st_size > 0 ? st.st_size : 0) + 1;
-    image.data.reset(new char[capacity]);
+    std::unique_ptr<char[]> data(new char[capacity]);
     for (;;) {
-        if (image.size == capacity) {
+        if (size == capacity) {
             std::unique_ptr<char[]> bigger(new char[capacity * 2]);
-            std::memcpy(bigger.get(), image.data.get(), image.size);
-            image.data = std::move(bigger);
+            std::memcpy(bigger.get(), data.get(), size);
+            data = std::move(bigger);
             capacity *= 2;
         }
-        const ssize_t n = ::read(fd.get(), image.data.get() + image.size, capacity - image.size);
+        const ssize_t n = ::read(fd.get(), data.get() + size, capacity - size);
         if (n == 0) break;
         if (n < 0) {
             if (errno == EINTR || errno == EAGAIN) continue;
             CannotOpen(path, ErrorText(errno));
         }
-        image.size += static_cast<size_t>(n);
+        size += static_cast<size_t>(n);
     }
-    if (static_cast<uint64_t>(st.st_size) == image.size) stamp = StampOf(st);
+    if (static_cast<uint64_t>(st.st_size) == size) stamp = StampOf(st);
+    TableFileImage image;
+    image.size = size;
+    image.data = std::shared_ptr<const char>(data.release(), std::default_delete<const char[]>());
     return image;
 }
 

@@ -15,11 +15,19 @@
 // can't be opened does, without waiting on it or reading from it.
 std::string ReadTableFile(const std::string& path);
 
-// The bytes of a file, read whole.
+// The bytes of a file, read whole. They stay where they are for as long as any copy of `data`
+// lives.
 struct TableFileImage {
-    std::unique_ptr<char[]> data;
+    std::shared_ptr<const char> data;
     size_t size = 0;
 };
+
+// How a file's bytes come into memory: copied into a buffer of the process's own, or mapped from
+// the file (Linux; elsewhere they are copied). A mapping costs no copy and no fresh memory, but
+// the bytes are the file's until DetachTableFileImages: another program that rewrites the file in
+// place meanwhile would change them under the reader. A file replaced by a rename, as a save
+// replaces it, leaves them as they were.
+enum class TableFileRead { Copy, Map };
 
 // What tells one state of a file from another: the file itself (device and inode), its size,
 // and its modification and change times to the nanosecond. Invalid where it can't be had.
@@ -31,7 +39,14 @@ struct TableFileStamp {
 };
 
 // As ReadTableFile, into a buffer of the file's size, with the stamp of the file that was read.
-TableFileImage ReadTableFileImage(const std::string& path, TableFileStamp& stamp);
+TableFileImage ReadTableFileImage(const std::string& path, TableFileStamp& stamp,
+                                  TableFileRead how = TableFileRead::Copy);
+
+// Makes every image still mapped from its file the process's own memory: the same bytes at the
+// same addresses, which no later change to the file can reach. May run on any thread while others
+// read the images; a second caller waits for the first. A save that must write a file in place
+// calls it first.
+void DetachTableFileImages();
 
 // The stamp of the file the path names now, following links; invalid when there is none (and
 // always on Windows, where nothing is compared).

@@ -44,7 +44,7 @@ protected:
 TEST_F(PrefetchStoreTest, AParseIsTakenOnceAndOnlyByATableOfTheSameFields) {
     auto emails = MakeTable("Emails");
     auto notes = MakeTable("Notes");
-    TTablePrefetch prefetch({{emails.get(), path_}});
+    TTablePrefetch prefetch({{emails.get(), path_}}, TableFileRead::Map);
     EXPECT_FALSE(prefetch.Take(*emails, (dir_ / "Notes.bin").string()));  // never asked for
 
     // Other fields: nothing taken, the table as it was.
@@ -53,7 +53,7 @@ TEST_F(PrefetchStoreTest, AParseIsTakenOnceAndOnlyByATableOfTheSameFields) {
     EXPECT_EQ(notes->RecordCount(), 0);
     EXPECT_FALSE(prefetch.Take(*emails, path_));  // taken (and dropped) once already
 
-    TTablePrefetch again({{emails.get(), path_}});
+    TTablePrefetch again({{emails.get(), path_}}, TableFileRead::Copy);
     ASSERT_TRUE(again.Take(*emails, path_));
     EXPECT_EQ(emails->RecordCount(), 2000);
     EXPECT_TRUE(emails->FileHoldsRows(path_));
@@ -66,7 +66,7 @@ TEST_F(PrefetchStoreTest, APrefetchLetGoBeforeItsTablesTurnWaitsForItsThread) {
     auto emails = MakeTable("Emails");
     for (int i = 0; i < 20; ++i) {
         auto prefetch = std::make_unique<TTablePrefetch>(std::vector<TTablePrefetch::Request>{
-            {emails.get(), path_}, {emails.get(), path_ + ".second"}});
+            {emails.get(), path_}, {emails.get(), path_ + ".second"}}, TableFileRead::Map);
         if (i % 2) std::this_thread::yield();
         prefetch.reset();  // the thread is joined; the sanitizers see no access after this
     }

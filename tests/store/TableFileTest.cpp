@@ -285,6 +285,68 @@ TEST_F(TableFileTest, TheRightsOnFileAndFolderDecideAsTheyAlwaysDid) {
     EXPECT_EQ(Read(Path("ReadOnly.bin")), "kept");
 }
 
+TEST_F(TableFileTest, AMappedFileReadsAsACopyAndOnceDetachedNoRewriteOfTheFileReachesIt) {
+    const std::string path = Path("Emails.bin");
+    auto original = Emails(300, 'm');  // several pages, and a last page the file half fills
+    original->SaveToBinaryFile(path);
+    const std::string bytes = Read(path);
+
+    auto copied = MakeTable("Emails");
+    copied->LoadFromBinaryFile(path);
+    auto mapped = MakeTable("Emails");
+    mapped->LoadFromBinaryFile(path, TableFileRead::Map);
+    EXPECT_EQ(Bytes(*mapped), Bytes(*copied));
+    EXPECT_TRUE(mapped->FileHoldsRows(path));  // the same stamp as a copy's
+
+    // A save replaces the file by a rename: the mapped rows read on as they were, detached or not.
+    original->Edit();
+    original->FieldByName("Subject").SetAsString("Changed");
+    original->Post();
+    original->SaveToBinaryFile(path);
+    EXPECT_EQ(Bytes(*mapped), bytes);
+
+    // Detached while a reader goes through the text on another thread, then the file is cut and
+    // rewritten in place: the table still holds what it read, and its save writes it back.
+    auto again = MakeTable("Emails");
+    again->LoadFromBinaryFile(path, TableFileRead::Map);
+    const std::string before = Bytes(*again);
+    std::atomic<bool> done{false};
+    std::thread reader([&] {
+        while (!done)
+            for (again->First(); !again->Eof(); again->Next())
+                ASSERT_EQ(again->FieldByName("Text").AsString(), std::string(1000, 'm'));
+    });
+    DetachTableFileImages();
+    done = true;
+    reader.join();
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << "short";
+    EXPECT_EQ(Bytes(*again), before);
+    again->SaveToBinaryFile(path);
+    EXPECT_EQ(Read(path), before);
+}
+
+TEST_F(TableFileTest, AMappedTableWrittenInPlaceKeepsItsText) {
+    fs::create_directory(dir_ / "locked");
+    const std::string path = Path("locked/Emails.bin");
+    Emails(50, 'p')->SaveToBinaryFile(path);
+    ::chmod(path.c_str(), 0666);
+    ::chmod((dir_ / "locked").c_str(), 0555);
+
+    const std::string answer = InChild([&] {
+        if (!WithoutPrivileges()) return std::string("no user to run as");
+        auto t = MakeTable("Emails");
+        t->LoadFromBinaryFile(path, TableFileRead::Map);
+        t->First();
+        t->Delete();  // every row moves up in the file, which becomes shorter than its map
+        t->SaveToBinaryFile(path);
+        int whole = 0;
+        for (t->First(); !t->Eof(); t->Next()) whole += t->FieldByName("Text").AsString() == std::string(1000, 'p');
+        return std::to_string(whole) + " whole texts";
+    });
+    if (answer == "no user to run as") GTEST_SKIP() << answer;
+    EXPECT_EQ(answer, "49 whole texts");
+}
+
 TEST_F(TableFileTest, OnlyRegularFilesAreReadAndALinkToOneIsFollowed) {
     auto tasks = MakeTable("Tasks");
     ::mkfifo(Path("Fifo.bin").c_str(), 0600);  // no writer: opening it to read would wait for ever
