@@ -703,52 +703,6 @@ void TdxMemData::LoadImage(TableFileImage image, const std::string* path, const 
     }
 }
 
-bool TdxMemData::SameFields(const TdxMemData& other) const {
-    if (fields_.size() != other.fields_.size()) return false;
-    for (size_t i = 0; i < fields_.size(); ++i) {
-        const TField& a = *fields_[i];
-        const TField& b = *other.fields_[i];
-        if (a.FieldName() != b.FieldName() || a.DataType() != b.DataType() || a.Size() != b.Size() ||
-            a.FieldKind() != b.FieldKind())
-            return false;
-    }
-    return true;
-}
-
-bool TdxMemData::TakeLoad(TdxMemData& from, bool raised) {
-    if (&from == this || !SameFields(from)) return false;
-    // The file read holds the rows only while they stand as that load left them.
-    FileStamp read = from.stamp_;
-    read.valid = read.valid && read.version == from.rowsVersion_;
-    BeginLoad();
-    try {
-        Close();
-        Open();
-        // The rows' text lies in the store's blocks and images, which move with it unchanged.
-        rows_ = std::move(from.rows_);
-        text_ = std::move(from.text_);
-        highest_ = from.highest_;
-        loadedWhole_ = from.loadedWhole_;
-    } catch (...) {
-        FinishLoad();
-        throw;
-    }
-    from.text_.Clear();
-    from.Close();
-    if (raised) {
-        FinishLoad();
-        return true;
-    }
-    const bool reordered = FinishLoad();
-    compactAt_ = 2 * text_.Bytes() + (size_t{64} << 20);
-    stamp_ = FileStamp{};
-    if (read.valid && loadedWhole_ && !reordered) {
-        stamp_ = read;
-        stamp_.version = rowsVersion_;
-    }
-    return true;
-}
-
 bool TdxMemData::FinishLoad() {
     loadFlag_ = false;
     RowsChanged();
