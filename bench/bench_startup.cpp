@@ -76,10 +76,11 @@ double WriteAndFlush(const std::string& folder, const std::string& bytes) {
 struct Started {
     std::unique_ptr<sim::TSimHost> host;
     std::unique_ptr<TAddInModule> module;
-    explicit Started(const std::string& folder) {
+    explicit Started(const std::string& folder, bool prefetch = true) {
         SetClock(EncodeDate(2026, 3, 5) + EncodeTime(9, 0, 0, 0));
         host = std::make_unique<sim::TSimHost>(folder + "Corvelle.dll");
         module = std::make_unique<TAddInModule>(host->HostInfo());
+        module->PrefetchTables = prefetch;
         module->OnConnection();
         module->OnStartupComplete();
     }
@@ -124,14 +125,14 @@ void SetRatio(benchmark::State& state, double measured, double reference) {
     state.counters["ratio"] = reference > 0 ? measured / reference : 0;
 }
 
-void BM_StartUp(benchmark::State& state) {
+void StartUp(benchmark::State& state, bool prefetch) {
     const int scale = static_cast<int>(state.range(0));
     const std::string folder = busy::EnsureBusyFolder(scale);
     double measured = 0, reference = 0;
     for (auto _ : state) {
         reference += ReadFilesIntoMemory(folder);
         const auto t0 = Clock::now();
-        auto started = std::make_unique<Started>(folder);
+        auto started = std::make_unique<Started>(folder, prefetch);
         const double s = Seconds(t0, Clock::now());
         measured += s;
         state.SetIterationTime(s);
@@ -140,7 +141,29 @@ void BM_StartUp(benchmark::State& state) {
     SetRatio(state, measured, reference);
     state.counters["files_MB"] = static_cast<double>(busy::FolderBytes(folder)) / 1e6;
 }
+
+// Start-up with the item tables' files parsed on a second thread, as the module starts.
+void BM_StartUp(benchmark::State& state) { StartUp(state, true); }
 BENCHMARK(BM_StartUp)->Arg(1)->Arg(2)->Arg(4)->Iterations(3)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+// The same on one thread: every table loads its file at its turn.
+void BM_StartUpOneThread(benchmark::State& state) { StartUp(state, false); }
+BENCHMARK(BM_StartUpOneThread)->Arg(1)->Iterations(3)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+// Each table's file loaded alone, mapped as start-up maps it, at 1x: what the two threads share
+// out.
+void BM_LoadTable(benchmark::State& state) {
+    const std::string folder = busy::EnsureBusyFolder(1);
+    const TableInfo& info = PersistedTables().at(static_cast<size_t>(state.range(0)));
+    state.SetLabel(info.fileName);
+    for (auto _ : state) {
+        auto table = MakeTable(info.name);
+        const auto t0 = Clock::now();
+        table->LoadFromBinaryFile(folder + info.fileName, TableFileRead::Map);
+        state.SetIterationTime(Seconds(t0, Clock::now()));
+    }
+}
+BENCHMARK(BM_LoadTable)->DenseRange(0, 6)->Iterations(3)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 // Each table's save routine, the table changed, as its pane's close calls it.
 void BM_SaveChangedTable(benchmark::State& state) {

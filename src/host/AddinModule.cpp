@@ -227,7 +227,9 @@ void TAddInModule::AddInStartupComplete() {
         g.AppointmentsPath = GetDllPath() + "Appointments.bin";
         g.NotesPath = GetDllPath() + "Notes.bin";
 
-        // 13. The tables.
+        // 13. The tables. The files of the item tables are parsed meanwhile on a second thread;
+        // each load routine still runs at its place and takes what was parsed for its file.
+        StartPrefetch();
         LoadTasks();
         CopyAllTasks();
         LoadTime();
@@ -236,6 +238,7 @@ void TAddInModule::AddInStartupComplete() {
         LoadDistLists();
         LoadAppointments();
         LoadNotes();
+        prefetch_.reset();  // every parse was taken; the second thread is joined
         // The files were mapped rather than copied, which start-up need not wait for; their
         // bytes become the process's own on a second thread from here.
         JoinDetacher();
@@ -249,6 +252,9 @@ void TAddInModule::AddInStartupComplete() {
         // 15. The diagnostic trace client.
         if (platform::ITraceClient* trace = TraceClient()) trace->Connect("127.0.0.1", 3434);
     });
+    // Also when a step ended the start-up: the second thread is joined and what it parsed for
+    // no table goes.
+    prefetch_.reset();
 }
 
 void TAddInModule::AddInBeginShutdown() {
@@ -383,6 +389,27 @@ bool FileExists(const std::string& path) { return platform::FileExists(path); }
 
 }  // namespace
 
+void TAddInModule::StartPrefetch() {
+    prefetch_.reset();
+    if (!PrefetchTables) return;
+    // Biggest first: the emails are wanted right after the time, and the other four come while
+    // the emails are taken.
+    const TModuleGlobals& g = vars_;
+    try {
+        prefetch_ = std::make_unique<TTablePrefetch>(
+            std::vector<TTablePrefetch::Request>{
+                {&MemDataEmails, g.EmailsPath},
+                {&MemDataContacts, g.ContactsPath},
+                {&MemDataDistLists, g.DistlistsPath},
+                {&MemDataAppointments, g.AppointmentsPath},
+                {&MemDataNotes, g.NotesPath},
+            },
+            TableFileRead::Map);
+    } catch (...) {
+        prefetch_.reset();  // every table loads its file at its turn, as without a second thread
+    }
+}
+
 void TAddInModule::LoadTable(TdxMemData& table, const std::string& path, const char* failureMessage) {
     table.DisableControls();
     if (FileExists(path)) {
@@ -392,7 +419,8 @@ void TAddInModule::LoadTable(TdxMemData& table, const std::string& path, const c
             if (IsRegularTableFile(path)) damagedFiles_.insert(path);
         };
         try {
-            table.LoadFromBinaryFile(path, TableFileRead::Map);
+            // The parse made ahead for this file when it is still the file read; else the file.
+            if (!prefetch_ || !prefetch_->Take(table, path)) table.LoadFromBinaryFile(path, TableFileRead::Map);
             if (!table.LoadedWhole()) noteDamaged();
         } catch (...) {
             noteDamaged();

@@ -15,6 +15,7 @@
 #include "framework/RibbonTab.h"
 #include "host/Globals.h"
 #include "store/MemData.h"
+#include "store/MemDataPrefetch.h"
 #include "toolkit/DataSource.h"
 
 class TForm;
@@ -102,12 +103,21 @@ public:
 
     TModuleGlobals& Vars() { return vars_; }
 
+    // Whether start-up parses the item tables' files on a second thread while the tasks and the
+    // time load (see LoadTable); off, every table loads its file at its turn. The tables come out
+    // the same either way.
+    bool PrefetchTables = true;
+
 private:
     void DefinePanes();
     void DefineRibbon();
     void LoadTable(TdxMemData& table, const std::string& path, const char* failureMessage);
     void SaveTable(TdxMemData& table, const std::string& path, const char* routine, const char* failureMessage);
     void KeepDamagedFile(const std::string& path, const char* routine);
+
+    // The item tables' files, parsed ahead during the loads of start-up; gone at its end.
+    void StartPrefetch();
+    std::unique_ptr<TTablePrefetch> prefetch_;
 
     std::unique_ptr<TItems> mailItems_;
     // Table files that failed to load or loaded short, kept aside at the first save over them.

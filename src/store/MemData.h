@@ -243,6 +243,15 @@ public:
     // replaced whole by a save, never left torn (see store/TableFile.h). A mapped file's text
     // stays the file's until DetachTableFileImages.
     void LoadFromBinaryFile(const std::string& path, TableFileRead how = TableFileRead::Copy);
+    // Takes over what a load into `from`, a table of the same fields, left: its rows, text,
+    // auto-increment state, whether it read whole, and the stamp of the file it read, leaving
+    // this table as that load would have left it (and telling its observers as a load does);
+    // `from` is left closed and empty. `raised` says that the load raised: the rows it read
+    // stay, and no file is taken as holding them. False, and nothing done, when the fields
+    // differ (names, kinds, sizes) or `from` is the table itself.
+    bool TakeLoad(TdxMemData& from, bool raised);
+    // Whether the other table has the same fields, in the same order, of the same kinds and sizes.
+    bool SameFields(const TdxMemData& other) const;
     // Whether the last load read its stream whole: false after a load that stopped short (a cut
     // or damaged record, a header that makes no sense) or raised.
     bool LoadedWhole() const { return loadedWhole_; }
@@ -369,6 +378,8 @@ private:
     void RecomputeFilterAfterLoad();
     bool FinishLoad();  // true when a sort changed the order read
     void LoadImage(TableFileImage image, const std::string* path, const TableFileStamp& stamp);
+    // The start of every load: observers held back, the old rows gone, the table open.
+    void BeginLoad();
 
     std::string name_;
     std::vector<std::unique_ptr<TField>> fields_;

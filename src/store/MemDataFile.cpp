@@ -672,11 +672,15 @@ void TdxMemData::LoadFromStream(const std::string& bytes) {
     LoadImage(std::move(image), nullptr, TableFileStamp{});
 }
 
-void TdxMemData::LoadImage(TableFileImage image, const std::string* path, const TableFileStamp& stamp) {
+void TdxMemData::BeginLoad() {
     DisableControls();
     loadFlag_ = true;
     loadedWhole_ = false;
     stamp_ = FileStamp{};
+}
+
+void TdxMemData::LoadImage(TableFileImage image, const std::string* path, const TableFileStamp& stamp) {
+    BeginLoad();
     bool canonical = false;
     try {
         Close();
