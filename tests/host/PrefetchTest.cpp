@@ -179,7 +179,9 @@ TEST_F(PrefetchTest, AFileReplacedWhileStartUpRunsIsLoadedAsItIsThen) {
     ASSERT_EQ(m.MemDataEmails.RecordCount(), 1);
     m.MemDataEmails.First();
     EXPECT_EQ(m.MemDataEmails.FieldByName("Subject").AsString(), "Signed lease");
+#ifndef _WIN32  // Windows tells no file from another, and always writes
     EXPECT_TRUE(m.MemDataEmails.FileHoldsRows((dir_ / "Emails.bin").string()));
+#endif
     // A damaged file put in place shows its message; the files left alone load as read.
     EXPECT_EQ(Shown(), std::vector<std::string>{"Unable to load contacts."});
     EXPECT_EQ(m.MemDataContacts.RecordCount(), 0);
