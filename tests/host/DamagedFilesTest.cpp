@@ -20,20 +20,6 @@ constexpr const char* kTimeText =
     "Corvelle does not have permission to save your time to the directory in which you installed "
     "it. Please read the  setup instructions";
 
-// A file that fails to load: its one field name claims more than 255 bytes.
-std::string UnloadableFile() {
-    std::string b = "Ver";
-    const double version = 1.91;
-    b.append(reinterpret_cast<const char*>(&version), 8);
-    const int32_t count = 1, size = 4;
-    const int16_t code = 3, nameLength = 300;
-    b.append(reinterpret_cast<const char*>(&count), 4);
-    b.append(reinterpret_cast<const char*>(&size), 4);
-    b.append(reinterpret_cast<const char*>(&code), 2);
-    b.append(reinterpret_cast<const char*>(&nameLength), 2);
-    return b + std::string(300, 'x') + "and whatever a tool might still recover";
-}
-
 class DamagedFilesTest : public HostTest {
 protected:
     std::vector<std::string> Names() const {
@@ -51,7 +37,7 @@ protected:
 };
 
 TEST_F(DamagedFilesTest, AFileThatFailedToLoadIsKeptAsideAtTheSaveThatWouldReplaceIt) {
-    const std::string damaged = UnloadableFile();
+    const std::string damaged = UnloadableFile("and whatever a tool might still recover");
     std::ofstream(dir_ / "Emails.bin", std::ios::binary) << damaged;
     TAddInModule& m = Start();
     EXPECT_EQ(Shown(), std::vector<std::string>{"Unable to load emails."});
@@ -105,7 +91,7 @@ TEST_F(DamagedFilesTest, AFileCutInARecordIsKeptByteForByteAndStillReadsWhatIsWh
 }
 
 TEST_F(DamagedFilesTest, AFileKeptAsideWhenTheLogCannotBeOpenedChangesNothingOfTheSave) {
-    std::ofstream(dir_ / "Time.bin", std::ios::binary) << UnloadableFile();
+    std::ofstream(dir_ / "Time.bin", std::ios::binary) << UnloadableFile("and whatever a tool might still recover");
     TAddInModule& m = Start();
     setenv("TMPDIR", (logDir_ / "gone").c_str(), 1);
     m.MemDataTime.Append();

@@ -3,6 +3,7 @@
 // temporary folder of its own; modules are started against it as Outlook would start them.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -20,6 +21,21 @@
 #include "support/FileLogger.h"
 
 namespace fs = std::filesystem;
+
+// A table file that fails to load: its one field name claims more than 255 bytes. `tail` stands
+// for whatever else the damaged file still holds.
+inline std::string UnloadableFile(const std::string& tail = "") {
+    std::string b = "Ver";
+    const double version = 1.91;
+    b.append(reinterpret_cast<const char*>(&version), 8);
+    const int32_t count = 1, size = 4;
+    const int16_t code = 3, nameLength = 300;
+    b.append(reinterpret_cast<const char*>(&count), 4);
+    b.append(reinterpret_cast<const char*>(&size), 4);
+    b.append(reinterpret_cast<const char*>(&code), 2);
+    b.append(reinterpret_cast<const char*>(&nameLength), 2);
+    return b + std::string(300, 'x') + tail;
+}
 
 class HostTest : public ::testing::Test {
 protected:

@@ -11,20 +11,6 @@ namespace {
 constexpr const char* kFiles[] = {"Tasks.bin",     "Time.bin",         "Emails.bin", "Contacts.bin",
                                   "Distlists.bin", "Appointments.bin", "Notes.bin"};
 
-// A file that fails to load: its one field name claims more than 255 bytes.
-std::string UnloadableFile() {
-    std::string b = "Ver";
-    const double version = 1.91;
-    b.append(reinterpret_cast<const char*>(&version), 8);
-    const int32_t count = 1, size = 4;
-    const int16_t code = 3, nameLength = 300;
-    b.append(reinterpret_cast<const char*>(&count), 4);
-    b.append(reinterpret_cast<const char*>(&size), 4);
-    b.append(reinterpret_cast<const char*>(&code), 2);
-    b.append(reinterpret_cast<const char*>(&nameLength), 2);
-    return b + std::string(300, 'x');
-}
-
 // What the test does when a table takes its parse, before the file is compared.
 std::function<void(const std::string&)> onTake;
 void TakeHook(const std::string& path) {
