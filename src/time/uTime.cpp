@@ -17,6 +17,23 @@ TdxMemData& TimeTable() { return Live(Globals().MemDataTime); }
 // Rounds to the nearest integer, a half to the even neighbour.
 double RoundEven(double value) { return std::nearbyint(value); }
 
+// The fields that a new entry and an entry's update both write, in this order, into the row in
+// insert or edit; the entry is stamped with today's date.
+void WriteEntry(TdxMemData& t, const std::string& TaskName, const std::string& TaskFullName, int TaskID,
+                const std::string& TaskFullNo, TDateTime Time, Currency DecTime, int BillRate,
+                const std::string& Note, TDateTime TimeDate) {
+    t.FieldByName("Task_Name").SetAsString(TaskName);
+    t.FieldByName("Task_Full_Name").SetAsString(TaskFullName);
+    t.FieldByName("Task_ID").SetAsInteger(TaskID);
+    t.FieldByName("Task_Full_No").SetAsString(TaskFullNo);
+    t.FieldByName("Create_Date").SetAsDateTime(Date());
+    t.FieldByName("Time").SetAsDateTime(Time);
+    t.FieldByName("Dec_Time").SetAsCurrency(DecTime);
+    t.FieldByName("Bill_Rate").SetAsInteger(BillRate);
+    t.FieldByName("Note").SetAsString(Note);
+    t.FieldByName("Time_Date").SetAsDateTime(TimeDate);
+}
+
 }  // namespace
 
 Currency TimeToDecimal(TDateTime Time) {
@@ -63,16 +80,7 @@ int AddTimeEntry(const std::string& TaskName, const std::string& TaskFullName, i
         Swallow([&] {
             if (!t.Active()) t.Open();
             t.Append();
-            t.FieldByName("Task_Name").SetAsString(TaskName);
-            t.FieldByName("Task_Full_Name").SetAsString(TaskFullName);
-            t.FieldByName("Task_ID").SetAsInteger(TaskID);
-            t.FieldByName("Task_Full_No").SetAsString(TaskFullNo);
-            t.FieldByName("Create_Date").SetAsDateTime(Date());
-            t.FieldByName("Time").SetAsDateTime(Time);
-            t.FieldByName("Dec_Time").SetAsCurrency(DecTime);
-            t.FieldByName("Bill_Rate").SetAsInteger(BillRate);
-            t.FieldByName("Note").SetAsString(Note);
-            t.FieldByName("Time_Date").SetAsDateTime(TimeDate);
+            WriteEntry(t, TaskName, TaskFullName, TaskID, TaskFullNo, Time, DecTime, BillRate, Note, TimeDate);
             t.FieldByName("Closed").SetAsBoolean(Closed);
             t.FieldByName("User_Name").SetAsString(g.CurrentUserName);
             t.FieldByName("User_Address").SetAsString(g.CurrentUserAddress);
@@ -114,16 +122,7 @@ void UpdateTimeEntry(int ID, const std::string& TaskName, const std::string& Tas
                      const std::string& TaskFullNo, TDateTime Time, Currency DecTime, int BillRate,
                      const std::string& Note, TDateTime TimeDate) {
     UpdateRow(ID, [&](TdxMemData& t) {
-        t.FieldByName("Task_Name").SetAsString(TaskName);
-        t.FieldByName("Task_Full_Name").SetAsString(TaskFullName);
-        t.FieldByName("Task_ID").SetAsInteger(TaskID);
-        t.FieldByName("Task_Full_No").SetAsString(TaskFullNo);
-        t.FieldByName("Create_Date").SetAsDateTime(Date());
-        t.FieldByName("Time").SetAsDateTime(Time);
-        t.FieldByName("Dec_Time").SetAsCurrency(DecTime);
-        t.FieldByName("Bill_Rate").SetAsInteger(BillRate);
-        t.FieldByName("Note").SetAsString(Note);
-        t.FieldByName("Time_Date").SetAsDateTime(TimeDate);
+        WriteEntry(t, TaskName, TaskFullName, TaskID, TaskFullNo, Time, DecTime, BillRate, Note, TimeDate);
     });
 }
 

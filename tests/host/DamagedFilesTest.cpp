@@ -13,13 +13,6 @@
 
 namespace {
 
-constexpr const char* kTasksText =
-    "Corvelle does not have permission to save your tasks to the directory in which you installed "
-    "it. Please read the installation instructions";
-constexpr const char* kTimeText =
-    "Corvelle does not have permission to save your time to the directory in which you installed "
-    "it. Please read the  setup instructions";
-
 class DamagedFilesTest : public HostTest {
 protected:
     std::vector<std::string> Names() const {

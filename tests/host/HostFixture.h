@@ -22,6 +22,14 @@
 
 namespace fs = std::filesystem;
 
+// The messages of a save that the folder refuses.
+constexpr const char* kTasksText =
+    "Corvelle does not have permission to save your tasks to the directory in which you installed "
+    "it. Please read the installation instructions";
+constexpr const char* kTimeText =
+    "Corvelle does not have permission to save your time to the directory in which you installed "
+    "it. Please read the  setup instructions";
+
 // A table file that fails to load: its one field name claims more than 255 bytes. `tail` stands
 // for whatever else the damaged file still holds.
 inline std::string UnloadableFile(const std::string& tail = "") {

@@ -6,13 +6,6 @@
 
 namespace {
 
-constexpr const char* kTasksText =
-    "Corvelle does not have permission to save your tasks to the directory in which you installed "
-    "it. Please read the installation instructions";
-constexpr const char* kTimeText =
-    "Corvelle does not have permission to save your time to the directory in which you installed "
-    "it. Please read the  setup instructions";
-
 TEST_F(HostTest, SavedTablesComeBackAtTheNextStart) {
     TAddInModule& m = Start();
     AddTask(m.MemDataTasks, -1, "Acme Ltd");

@@ -11,10 +11,6 @@
 
 namespace {
 
-constexpr const char* kTasksText =
-    "Corvelle does not have permission to save your tasks to the directory in which you installed "
-    "it. Please read the installation instructions";
-
 // Which file a path names now, and when it was last written: a file replaced has another inode.
 struct Seen {
     ino_t inode = 0;
