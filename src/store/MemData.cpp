@@ -602,6 +602,17 @@ TCell TdxMemData::Cell(int row, int field) const {
     return SlotToCell(rows_.at(static_cast<size_t>(row)).cells.at(static_cast<size_t>(field)));
 }
 
+TCellView TdxMemData::CellView(int row, int field) const {
+    const Slot& s = rows_.at(static_cast<size_t>(row)).cells.at(static_cast<size_t>(field));
+    switch (s.kind) {
+        case SlotKind::Int: return TCellView{s.i};
+        case SlotKind::Real: return TCellView{s.d};
+        case SlotKind::Text: return TCellView{s.Text()};
+        case SlotKind::None: break;
+    }
+    return TCellView{};
+}
+
 bool TdxMemData::SameCell(int row, int field, const TCell& value) const {
     const Slot& s = rows_.at(static_cast<size_t>(row)).cells.at(static_cast<size_t>(field));
     switch (s.kind) {

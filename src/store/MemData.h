@@ -73,6 +73,9 @@ class TdxMemData;
 // One stored value: nothing, an integer (integers, booleans, currency in ten-thousandths), a
 // double (floats, dates, times) or bytes (single-byte text, blobs; wide text as UTF-8).
 using TCell = std::variant<std::monostate, int64_t, double, std::string>;
+// A cell read where it stands, with the same alternatives as TCell: the text is the table's own,
+// valid until the table next changes.
+using TCellView = std::variant<std::monostate, int64_t, double, std::string_view>;
 
 class TField {
 public:
@@ -274,6 +277,7 @@ public:
     bool SameCell(int row, int field, const TCell& value) const;
     std::vector<int> VisibleRows() const;                              // zero-based rows the filter shows
     TCell Cell(int row, int field) const;
+    TCellView CellView(int row, int field) const;  // the same, without copying text
     // Three-way compare of one field of two rows, as CompareCells, without copying their text.
     int CompareRowCells(const TField& field, int rowA, int rowB, bool ignoreCase) const;
     // The one-based table positions, in table order, of the rows whose integer field holds the

@@ -307,8 +307,8 @@ bool EveryTaskHangsFromTheRoot(const TdxMemData& t) {
     rowOfID.reserve(static_cast<size_t>(n));
     std::vector<int64_t> parents(static_cast<size_t>(n));
     for (int row = 0; row < n; ++row) {
-        const TCell keyCell = t.Cell(row, id->Index());
-        const TCell upCell = t.Cell(row, parent->Index());
+        const TCellView keyCell = t.CellView(row, id->Index());
+        const TCellView upCell = t.CellView(row, parent->Index());
         const auto* key = std::get_if<int64_t>(&keyCell);
         const auto* up = std::get_if<int64_t>(&upCell);
         if (!key || !up) return false;
@@ -349,7 +349,7 @@ bool PassCompletedAfter(TdxMemData& t, TDateTime cutoff) {
         t, walk::TCarry::EveryField,
         [&](int row) {
             double d = 0;
-            if (!walk::ReadDate(t.Cell(row, field), d)) return walk::TRowLook::Unreadable;
+            if (!walk::ReadDate(t.CellView(row, field), d)) return walk::TRowLook::Unreadable;
             return d > cutoff ? walk::TRowLook::Pass : walk::TRowLook::Skip;
         },
         t.FilterList());

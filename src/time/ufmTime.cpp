@@ -126,9 +126,9 @@ bool TfmTime::PassTimeSince(TdxMemData& t, TDateTime since, bool showClosed) {
         [&](int row) {
             bool isClosed = false;
             double d = 0;
-            if (!walk::ReadBoolean(t.Cell(row, closed), isClosed)) return walk::TRowLook::Unreadable;
+            if (!walk::ReadBoolean(t.CellView(row, closed), isClosed)) return walk::TRowLook::Unreadable;
             if (isClosed && !showClosed) return walk::TRowLook::Skip;  // the date is not read then
-            if (!walk::ReadDate(t.Cell(row, date), d)) return walk::TRowLook::Unreadable;
+            if (!walk::ReadDate(t.CellView(row, date), d)) return walk::TRowLook::Unreadable;
             return d >= since ? walk::TRowLook::Pass : walk::TRowLook::Skip;
         },
         t.FilterList());
@@ -178,8 +178,8 @@ bool SumTimeSince(TdxMemData& t, TDateTime weekStart, TDateTime monthStart, TfmT
         for (int row : t.VisibleRows()) {
             if (row < 0 || row >= rowCount) return false;
             double d = 0;
-            if (!walk::ReadDate(t.Cell(row, date), d)) return false;
-            const TCell& c = t.Cell(row, amount);
+            if (!walk::ReadDate(t.CellView(row, date), d)) return false;
+            const TCellView c = t.CellView(row, amount);
             Currency a{};
             if (const auto* raw = std::get_if<int64_t>(&c)) a = Currency::FromRaw(*raw);
             else if (!std::holds_alternative<std::monostate>(c)) return false;

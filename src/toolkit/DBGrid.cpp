@@ -110,7 +110,7 @@ bool SortByNumbers(const TdxMemData& t, const TField& field, bool desc, std::vec
     keys.reserve(rows.size());
     int kind = -1;  // the TCell alternative of the values: 1 integer, 2 double
     for (int row : rows) {
-        const TCell& c = t.Cell(row, fi);
+        const TCellView c = t.CellView(row, fi);
         if (std::holds_alternative<std::monostate>(c)) {
             keys.push_back({false, 0, row});
             continue;

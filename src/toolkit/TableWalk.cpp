@@ -19,7 +19,7 @@ void FinishWalk(TdxMemData& t, TCarry carry) {
     const int fields = carry == TCarry::EveryField ? t.FieldCount() : 0;
     for (int f = 0; f < fields; ++f)
         for (int row = n - 1; row > 0; --row)
-            if (!std::holds_alternative<std::monostate>(t.Cell(row, f))) {
+            if (!std::holds_alternative<std::monostate>(t.CellView(row, f))) {
                 stops.push_back(row);
                 break;
             }

@@ -16,7 +16,7 @@ enum class TRowLook { Pass, Skip, Unreadable };
 
 // Whether a cell reads as a date-time (null reads as 0) without conversion; false for a cell the
 // walk would convert.
-inline bool ReadDate(const TCell& c, double& out) {
+inline bool ReadDate(const TCellView& c, double& out) {
     if (std::holds_alternative<std::monostate>(c)) {
         out = 0.0;
         return true;
@@ -29,7 +29,7 @@ inline bool ReadDate(const TCell& c, double& out) {
 }
 
 // The same for a Boolean cell (null reads as False).
-inline bool ReadBoolean(const TCell& c, bool& out) {
+inline bool ReadBoolean(const TCellView& c, bool& out) {
     if (std::holds_alternative<std::monostate>(c)) {
         out = false;
         return true;
