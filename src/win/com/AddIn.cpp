@@ -510,15 +510,6 @@ void TQuitSink::Invoke(int32_t dispId, const std::vector<Variant>&) {
 
 }  // namespace
 
-HRESULT CreateAddIn(REFIID iid, void** out) {
-    if (!out) return E_POINTER;
-    *out = nullptr;
-    try {
-        TComPtr<ICorvelle> addIn = TComPtr<ICorvelle>::Attach(new TCorvelle());
-        return addIn->QueryInterface(iid, out);
-    } catch (...) {
-        return HresultFromException(std::current_exception());
-    }
-}
+HRESULT CreateAddIn(REFIID iid, void** out) { return NewComObject<TCorvelle, ICorvelle>(iid, out); }
 
 }  // namespace win

@@ -133,6 +133,20 @@ HRESULT IdsOfNames(LPOLESTR* names, UINT count, DISPID* ids, IdOf idOf) {
 HRESULT HresultFromException(std::exception_ptr e, EXCEPINFO* info = nullptr);
 // The same, with the message also set as the thread's error info (IErrorInfo) for a vtable call.
 HRESULT ReportException(std::exception_ptr e, const IID& iid);
+
+// A new object of class T, held through its interface I, asked for the interface iid: what a
+// class factory's CreateInstance answers. A failure to make it comes back as its HRESULT.
+template <class T, class I>
+HRESULT NewComObject(REFIID iid, void** out) {
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    try {
+        TComPtr<I> object = TComPtr<I>::Attach(new T());
+        return object->QueryInterface(iid, out);
+    } catch (...) {
+        return HresultFromException(std::current_exception());
+    }
+}
 // Raises the failure of a vtable call: the thread's error info (its description, and its source
 // as the class), else Windows' text for the HRESULT.
 [[noreturn]] void RaiseFromErrorInfo(HRESULT hr, const std::string& what);

@@ -506,16 +506,7 @@ private:
 
 }  // namespace
 
-HRESULT CreatePaneControl(REFIID iid, void** out) {
-    if (!out) return E_POINTER;
-    *out = nullptr;
-    try {
-        TComPtr<IOleObject> control = TComPtr<IOleObject>::Attach(new TPaneControl());
-        return control->QueryInterface(iid, out);
-    } catch (...) {
-        return HresultFromException(std::current_exception());
-    }
-}
+HRESULT CreatePaneControl(REFIID iid, void** out) { return NewComObject<TPaneControl, IOleObject>(iid, out); }
 
 IPaneControl* PaneControlOf(IUnknown* unknown) {
     if (!unknown) return nullptr;
