@@ -137,6 +137,23 @@ void BM_TaskReport_Corvelle(benchmark::State& state) {
     state.counters["rows"] = Globals().TaskTree->AbsoluteCount();
 }
 
+// The formats of the templates' own part: the title, the labels and the column headings.
+struct TTemplateFormats {
+    lxw_format* title;
+    lxw_format* label;
+    lxw_format* heading;
+};
+
+TTemplateFormats AddTemplateFormats(lxw_workbook* wb) {
+    lxw_format* title = workbook_add_format(wb);
+    format_set_bold(title), format_set_font_size(title, 16), format_set_font_color(title, 0x1F4E78);
+    lxw_format* label = workbook_add_format(wb);
+    format_set_bold(label);
+    lxw_format* heading = workbook_add_format(wb);
+    format_set_bold(heading), format_set_font_color(heading, 0xFFFFFF), format_set_bg_color(heading, 0x1F4E78);
+    return {title, label, heading};
+}
+
 void BM_TaskReport_Libxlsxwriter(benchmark::State& state) {
     // The same cells as the report of the same tree.
     Machine machine;
@@ -149,12 +166,7 @@ void BM_TaskReport_Libxlsxwriter(benchmark::State& state) {
         lxw_workbook* wb = workbook_new(path.c_str());
         lxw_worksheet* ws = workbook_add_worksheet(wb, "Tasks");
         // The template's part.
-        lxw_format* title = workbook_add_format(wb);
-        format_set_bold(title), format_set_font_size(title, 16), format_set_font_color(title, 0x1F4E78);
-        lxw_format* label = workbook_add_format(wb);
-        format_set_bold(label);
-        lxw_format* heading = workbook_add_format(wb);
-        format_set_bold(heading), format_set_font_color(heading, 0xFFFFFF), format_set_bg_color(heading, 0x1F4E78);
+        const auto [title, label, heading] = AddTemplateFormats(wb);
         const double widths[] = {50, 3, 12, 12, 12, 24, 12, 4, 4};
         for (int c = 0; c < 9; ++c) worksheet_set_column(ws, c, c, widths[c], nullptr);
         worksheet_write_string(ws, 0, 0, "Task Report", title);
@@ -224,12 +236,7 @@ void BM_TimeReport_Libxlsxwriter(benchmark::State& state) {
     for (auto _ : state) {
         lxw_workbook* wb = workbook_new(path.c_str());
         lxw_worksheet* ws = workbook_add_worksheet(wb, "Time");
-        lxw_format* title = workbook_add_format(wb);
-        format_set_bold(title), format_set_font_size(title, 16), format_set_font_color(title, 0x1F4E78);
-        lxw_format* label = workbook_add_format(wb);
-        format_set_bold(label);
-        lxw_format* heading = workbook_add_format(wb);
-        format_set_bold(heading), format_set_font_color(heading, 0xFFFFFF), format_set_bg_color(heading, 0x1F4E78);
+        const auto [title, label, heading] = AddTemplateFormats(wb);
         lxw_format* date = workbook_add_format(wb);
         format_set_num_format(date, "mmmm d, yyyy");
         const double widths[] = {12, 40, 14, 8, 60, 8};
