@@ -238,6 +238,28 @@ TcxDBTreeListColumn* TcxDBTreeList::FirstVisibleColumn() const {
     return nullptr;
 }
 
+TcxDBTreeListColumn* TcxDBTreeList::SortedColumn() const {
+    for (const auto& c : columns_)
+        if (c->SortOrder != TcxSortOrder::soNone) return c.get();
+    return nullptr;
+}
+
+template <class Visit>
+void TcxDBTreeList::WalkDepthFirst(bool expandedOnly, Visit&& visit) const {
+    // Each level's place is kept on a stack.
+    std::vector<std::pair<const std::vector<TcxTreeListNode*>*, size_t>> stack{{&roots_, 0}};
+    while (!stack.empty()) {
+        auto& [nodes, next] = stack.back();
+        if (next >= nodes->size()) {
+            stack.pop_back();
+            continue;
+        }
+        TcxTreeListNode* n = (*nodes)[next++];
+        if (!visit(n)) return;
+        if ((!expandedOnly || n->expanded_) && !n->children_.empty()) stack.push_back({&n->children_, 0});
+    }
+}
+
 TcxTreeListNode* TcxDBTreeList::FindNodeByKeyValue(const Variant& key) const {
     EnsureAbsolute();
     std::string k = key.AsString();
@@ -252,21 +274,11 @@ std::vector<TcxTreeListNode*> TcxDBTreeList::VisibleNodes(int firstLine, int cou
     std::vector<TcxTreeListNode*> out;
     if (count == 0) return out;
     int line = 0;
-    // Depth first: each level's place is kept on a stack.
-    std::vector<std::pair<const std::vector<TcxTreeListNode*>*, size_t>> stack{{&roots_, 0}};
-    while (!stack.empty()) {
-        auto& [nodes, next] = stack.back();
-        if (next >= nodes->size()) {
-            stack.pop_back();
-            continue;
-        }
-        TcxTreeListNode* n = (*nodes)[next++];
-        if (line++ >= firstLine) {
-            out.push_back(n);
-            if (count > 0 && out.size() >= static_cast<size_t>(count)) break;
-        }
-        if (n->expanded_ && !n->children_.empty()) stack.push_back({&n->children_, 0});
-    }
+    WalkDepthFirst(true, [&](TcxTreeListNode* n) {
+        if (line++ < firstLine) return true;
+        out.push_back(n);
+        return count < 0 || out.size() < static_cast<size_t>(count);
+    });
     return out;
 }
 
@@ -323,19 +335,12 @@ void TcxDBTreeList::EnsureAbsolute() const {
     if (!absoluteStale_) return;
     absoluteStale_ = false;
     all_.clear();
-    // Depth first, each node before its children, as a rebuild places them.
-    std::vector<std::pair<const std::vector<TcxTreeListNode*>*, size_t>> stack{{&roots_, 0}};
-    while (!stack.empty()) {
-        auto& [nodes, next] = stack.back();
-        if (next >= nodes->size()) {
-            stack.pop_back();
-            continue;
-        }
-        TcxTreeListNode* n = (*nodes)[next++];
+    // Each node before its children, as a rebuild places them.
+    WalkDepthFirst(false, [&](TcxTreeListNode* n) {
         n->absoluteIndex_ = static_cast<int>(all_.size());
         all_.push_back(n);
-        if (!n->children_.empty()) stack.push_back({&n->children_, 0});
-    }
+        return true;
+    });
 }
 
 void TcxDBTreeList::ReadExpandedAgain() {
@@ -593,12 +598,7 @@ void TcxDBTreeList::Rebuild() {
         byParent.Add(shown, RootValue, rootRows);
 
         // Children stand in the order of the sorted column, ties in table order.
-        TcxDBTreeListColumn* sortColumn = nullptr;
-        for (const auto& c : columns_)
-            if (c->SortOrder != TcxSortOrder::soNone) {
-                sortColumn = c.get();
-                break;
-            }
+        TcxDBTreeListColumn* sortColumn = SortedColumn();
         TField* sortField = sortColumn ? t->FindField(sortColumn->FieldName()) : nullptr;
         const bool desc = sortColumn && sortColumn->SortOrder == TcxSortOrder::soDescending;
         // Rows shown in table order are ordered among their siblings by the places all rows of

@@ -273,6 +273,12 @@ private:
     void ReadExpandedAgain();
     // The absolute order (all_ and each node's absolute index) made again if the nodes moved.
     void EnsureAbsolute() const;
+    // Depth first over the placed nodes, each before its children; below collapsed nodes too
+    // unless expandedOnly. visit(node) returns false to stop the walk.
+    template <class Visit>
+    void WalkDepthFirst(bool expandedOnly, Visit&& visit) const;
+    // The column the siblings are ordered by (the first with a sort order); nullptr when none.
+    TcxDBTreeListColumn* SortedColumn() const;
     static uint64_t NextTextsEpoch();
     // After the nodes were placed: the node of the cursor's row is focused; the same row keeps
     // its focus quietly, another is a change.

@@ -40,12 +40,7 @@ bool TcxDBTreeList::FollowShown(const std::vector<int>& shown) {
 
     // Siblings stand by their kept places (as a rebuild of rows in table order takes them), or in
     // table order when nothing is sorted.
-    TcxDBTreeListColumn* sortColumn = nullptr;
-    for (const auto& c : columns_)
-        if (c->SortOrder != TcxSortOrder::soNone) {
-            sortColumn = c.get();
-            break;
-        }
+    TcxDBTreeListColumn* sortColumn = SortedColumn();
     TField* sortField = sortColumn ? t->FindField(sortColumn->FieldName()) : nullptr;
     const TSiblingPlaces* kept = nullptr;
     if (sortField) {
