@@ -161,17 +161,14 @@ bool TcxDBTreeList::FollowShown(const std::vector<int>& shown) {
             rowToNode_[static_cast<size_t>(parentRowOf(static_cast<size_t>(row)))];
 
     // Each parent that gained children lists the rows under it that have nodes, by place (or in
-    // table order); the nodes before the first one that changed keep their index.
-    std::vector<uint8_t> relisted(rowCount, 0);
-    std::vector<int> parents;
+    // table order); the nodes before the first one that changed keep their index. The parents
+    // are taken in table order, as their nodes lie.
+    std::vector<uint8_t> gained(rowCount, 0);
     bool rootsGained = false;
     for (int row : placed) {
         const int parentRow = parentRowOf(static_cast<size_t>(row));
         if (parentRow < 0) rootsGained = true;
-        else if (!relisted[static_cast<size_t>(parentRow)]) {
-            relisted[static_cast<size_t>(parentRow)] = 1;
-            parents.push_back(parentRow);
-        }
+        else gained[static_cast<size_t>(parentRow)] = 1;
     }
     std::vector<int> rows;
     auto relist = [&](const int* begin, const int* end, std::vector<TcxTreeListNode*>& list) {
@@ -192,10 +189,11 @@ bool TcxDBTreeList::FollowShown(const std::vector<int>& shown) {
             n->index_ = static_cast<int>(i);
         }
     };
-    for (int parentRow : parents) {
-        const size_t g = static_cast<size_t>(lists.groupOfKey[static_cast<size_t>(parentRow)]);
+    for (size_t parentRow = 0; parentRow < rowCount; ++parentRow) {
+        if (!gained[parentRow]) continue;
+        const size_t g = static_cast<size_t>(lists.groupOfKey[parentRow]);
         relist(lists.rows.data() + lists.start[g], lists.rows.data() + lists.start[g + 1],
-               rowToNode_[static_cast<size_t>(parentRow)]->children_);
+               rowToNode_[parentRow]->children_);
     }
     if (rootsGained) relist(lists.roots.data(), lists.roots.data() + lists.roots.size(), roots_);
 
