@@ -137,7 +137,7 @@ struct TLeftNodes {
     const TdxMemData* table = nullptr;
     std::vector<int> binding;
     uint64_t epoch = 0;
-    std::vector<std::unique_ptr<TcxTreeListNode>> byBookmark;
+    std::vector<std::unique_ptr<TcxTreeListNode[]>> blocks;
     std::unordered_map<TBookmark, std::unique_ptr<TcxTreeListNode>> others;
 };
 std::vector<TLeftNodes>& LeftNodes() {
@@ -155,9 +155,17 @@ uint64_t TcxDBTreeList::NextTextsEpoch() {
     return ++last;
 }
 
+template <class F>
+void TcxDBTreeList::ForEachNodeObject(F&& f) {
+    for (auto& block : nodeBlocks_)
+        if (block)
+            for (int i = 0; i < kNodeBlock; ++i) f(&block[static_cast<size_t>(i)]);
+    for (auto& [b, n] : storage_) f(n.get());
+}
+
 void TcxDBTreeList::LeaveNodes() {
     const TdxMemData* t = DataSet();
-    if (!t || placedBinding_.empty() || (byBookmark_.empty() && storage_.empty())) return;
+    if (!t || placedBinding_.empty() || (nodeBlocks_.empty() && storage_.empty())) return;
     // Nodes detached: each is placed again by the tree that takes it.
     auto detach = [](TcxTreeListNode* n) {
         n->tree_ = nullptr;
@@ -166,9 +174,7 @@ void TcxDBTreeList::LeaveNodes() {
         n->row_ = -1;
         n->absoluteIndex_ = -1;
     };
-    for (auto& n : byBookmark_)
-        if (n) detach(n.get());
-    for (auto& [b, n] : storage_) detach(n.get());
+    ForEachNodeObject(detach);
     auto& left = LeftNodes();
     left.erase(std::remove_if(left.begin(), left.end(),
                               [&](const TLeftNodes& l) { return l.table == t && l.binding == placedBinding_; }),
@@ -177,7 +183,7 @@ void TcxDBTreeList::LeaveNodes() {
     mine.table = t;
     mine.binding = placedBinding_;
     mine.epoch = bindingEpoch_;
-    mine.byBookmark = std::move(byBookmark_);
+    mine.blocks = std::move(nodeBlocks_);
     mine.others = std::move(storage_);
     left.insert(left.begin(), std::move(mine));
     if (left.size() > kLeftNodes) left.pop_back();
@@ -194,18 +200,16 @@ void TcxDBTreeList::LeaveNodes() {
 }
 
 bool TcxDBTreeList::TakeLeftNodes(const std::vector<int>& binding) {
-    if (!byBookmark_.empty() || !storage_.empty()) return false;
+    if (!nodeBlocks_.empty() || !storage_.empty()) return false;
     auto& left = LeftNodes();
     const TdxMemData* t = DataSet();
     for (auto it = left.begin(); it != left.end(); ++it) {
         if (it->table != t || it->binding != binding) continue;
-        byBookmark_ = std::move(it->byBookmark);
+        nodeBlocks_ = std::move(it->blocks);
         storage_ = std::move(it->others);
         bindingEpoch_ = it->epoch;
         left.erase(it);
-        for (auto& n : byBookmark_)
-            if (n) n->tree_ = this;
-        for (auto& [b, n] : storage_) n->tree_ = this;
+        ForEachNodeObject([this](TcxTreeListNode* n) { n->tree_ = this; });
         return true;
     }
     return false;
@@ -238,6 +242,28 @@ TcxDBTreeListColumn* TcxDBTreeList::FirstVisibleColumn() const {
     return nullptr;
 }
 
+TcxDBTreeListColumn* TcxDBTreeList::SortedColumn() const {
+    for (const auto& c : columns_)
+        if (c->SortOrder != TcxSortOrder::soNone) return c.get();
+    return nullptr;
+}
+
+template <class Visit>
+void TcxDBTreeList::WalkDepthFirst(bool expandedOnly, Visit&& visit) const {
+    // Each level's place is kept on a stack.
+    std::vector<std::pair<const std::vector<TcxTreeListNode*>*, size_t>> stack{{&roots_, 0}};
+    while (!stack.empty()) {
+        auto& [nodes, next] = stack.back();
+        if (next >= nodes->size()) {
+            stack.pop_back();
+            continue;
+        }
+        TcxTreeListNode* n = (*nodes)[next++];
+        if (!visit(n)) return;
+        if ((!expandedOnly || n->expanded_) && !n->children_.empty()) stack.push_back({&n->children_, 0});
+    }
+}
+
 TcxTreeListNode* TcxDBTreeList::FindNodeByKeyValue(const Variant& key) const {
     EnsureAbsolute();
     std::string k = key.AsString();
@@ -252,21 +278,11 @@ std::vector<TcxTreeListNode*> TcxDBTreeList::VisibleNodes(int firstLine, int cou
     std::vector<TcxTreeListNode*> out;
     if (count == 0) return out;
     int line = 0;
-    // Depth first: each level's place is kept on a stack.
-    std::vector<std::pair<const std::vector<TcxTreeListNode*>*, size_t>> stack{{&roots_, 0}};
-    while (!stack.empty()) {
-        auto& [nodes, next] = stack.back();
-        if (next >= nodes->size()) {
-            stack.pop_back();
-            continue;
-        }
-        TcxTreeListNode* n = (*nodes)[next++];
-        if (line++ >= firstLine) {
-            out.push_back(n);
-            if (count > 0 && out.size() >= static_cast<size_t>(count)) break;
-        }
-        if (n->expanded_ && !n->children_.empty()) stack.push_back({&n->children_, 0});
-    }
+    WalkDepthFirst(true, [&](TcxTreeListNode* n) {
+        if (line++ < firstLine) return true;
+        out.push_back(n);
+        return count < 0 || out.size() < static_cast<size_t>(count);
+    });
     return out;
 }
 
@@ -323,19 +339,12 @@ void TcxDBTreeList::EnsureAbsolute() const {
     if (!absoluteStale_) return;
     absoluteStale_ = false;
     all_.clear();
-    // Depth first, each node before its children, as a rebuild places them.
-    std::vector<std::pair<const std::vector<TcxTreeListNode*>*, size_t>> stack{{&roots_, 0}};
-    while (!stack.empty()) {
-        auto& [nodes, next] = stack.back();
-        if (next >= nodes->size()) {
-            stack.pop_back();
-            continue;
-        }
-        TcxTreeListNode* n = (*nodes)[next++];
+    // Each node before its children, as a rebuild places them.
+    WalkDepthFirst(false, [&](TcxTreeListNode* n) {
         n->absoluteIndex_ = static_cast<int>(all_.size());
         all_.push_back(n);
-        if (!n->children_.empty()) stack.push_back({&n->children_, 0});
-    }
+        return true;
+    });
 }
 
 void TcxDBTreeList::ReadExpandedAgain() {
@@ -457,16 +466,15 @@ bool TcxDBTreeList::SameSourceAsBuilt() const {
 TcxTreeListNode& TcxDBTreeList::NodeOfBookmark(TBookmark bookmark) {
     // Bookmarks are given out counting up from 1: most find their node by index.
     constexpr TBookmark kIndexed = 1 << 24;
-    std::unique_ptr<TcxTreeListNode>* slot = nullptr;
     if (bookmark > 0 && bookmark < kIndexed) {
-        if (static_cast<size_t>(bookmark) >= byBookmark_.size())
-            byBookmark_.resize(std::min(static_cast<size_t>(bookmark) * 2 + 16, static_cast<size_t>(kIndexed)));
-        slot = &byBookmark_[static_cast<size_t>(bookmark)];
-    } else {
-        slot = &storage_[bookmark];
+        const size_t b = static_cast<size_t>(bookmark) >> kNodeBlockBits;
+        if (b >= nodeBlocks_.size()) nodeBlocks_.resize(b * 2 + 1);
+        if (!nodeBlocks_[b]) nodeBlocks_[b] = std::make_unique<TcxTreeListNode[]>(kNodeBlock);
+        return nodeBlocks_[b][static_cast<size_t>(bookmark) & (kNodeBlock - 1)];
     }
-    if (!*slot) *slot = std::make_unique<TcxTreeListNode>();
-    return **slot;
+    std::unique_ptr<TcxTreeListNode>& slot = storage_[bookmark];
+    if (!slot) slot = std::make_unique<TcxTreeListNode>();
+    return *slot;
 }
 
 const TField* TcxDBTreeList::ColumnField(int column) const {
@@ -483,7 +491,7 @@ using treerows::TKeyColumns;
 using treerows::TParentIndex;
 
 TcxTreeListNode* TcxDBTreeList::PlaceNode(const TdxMemData& t, const TField& keyField, const TField& parentField,
-                                          int row, TcxTreeListNode* parent, TcxTreeListNode* hint) {
+                                          int row, TcxTreeListNode* parent, int level, TcxTreeListNode* hint) {
     const size_t columnCount = columns_.size();
     const uint64_t rowsVersion = t.RowsVersion();
     if (rowNodesVersion_ != rowsVersion || rowNodes_.size() != static_cast<size_t>(t.RowCount())) {
@@ -500,7 +508,7 @@ TcxTreeListNode* TcxDBTreeList::PlaceNode(const TdxMemData& t, const TField& key
     }
     n->tree_ = this;
     n->parent_ = parent;
-    n->level_ = parent ? parent->level_ + 1 : 0;
+    n->level_ = level;
     n->row_ = row;
     // A node placed over the same version of the rows holds their values already.
     const bool current =
@@ -593,12 +601,7 @@ void TcxDBTreeList::Rebuild() {
         byParent.Add(shown, RootValue, rootRows);
 
         // Children stand in the order of the sorted column, ties in table order.
-        TcxDBTreeListColumn* sortColumn = nullptr;
-        for (const auto& c : columns_)
-            if (c->SortOrder != TcxSortOrder::soNone) {
-                sortColumn = c.get();
-                break;
-            }
+        TcxDBTreeListColumn* sortColumn = SortedColumn();
         TField* sortField = sortColumn ? t->FindField(sortColumn->FieldName()) : nullptr;
         const bool desc = sortColumn && sortColumn->SortOrder == TcxSortOrder::soDescending;
         // Rows shown in table order are ordered among their siblings by the places all rows of
@@ -650,7 +653,7 @@ void TcxDBTreeList::Rebuild() {
             std::vector<TcxTreeListNode*>& into = parent ? parent->children_ : roots_;
             TcxTreeListNode* hint =
                 static_cast<size_t>(row) < previousNodes.size() ? previousNodes[static_cast<size_t>(row)] : nullptr;
-            TcxTreeListNode* n = PlaceNode(*t, *keyField, *parentField, row, parent, hint);
+            TcxTreeListNode* n = PlaceNode(*t, *keyField, *parentField, row, parent, parent ? parent->level_ + 1 : 0, hint);
             n->index_ = static_cast<int>(into.size());
             n->absoluteIndex_ = static_cast<int>(all_.size());
             into.push_back(n);

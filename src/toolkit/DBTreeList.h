@@ -70,7 +70,9 @@ private:
     int index_;
 };
 
-class TcxTreeListNode {
+// Held in blocks by its row's bookmark and aligned to a cache line: what placing a node reads and
+// writes stands in its first two lines.
+class alignas(64) TcxTreeListNode {
 public:
     int Level() const { return level_; }
     TcxTreeListNode* Parent() const { return parent_; }
@@ -262,17 +264,23 @@ private:
     // and leaves the rest. False when the nodes were not built in a way it can follow; the
     // caller then rebuilds.
     bool FollowShown(const std::vector<int>& shown);
-    // Places the node of a row under a parent (nullptr: a root), reading its key, parent and
-    // cells unless it was placed over the same rows and binding; index among its siblings and
-    // absolute place are the caller's.
+    // Places the node of a row under a parent (nullptr: a root, or a parent the caller sets
+    // later) at a level, reading its key, parent and cells unless it was placed over the same
+    // rows and binding; index among its siblings and absolute place are the caller's.
     TcxTreeListNode* PlaceNode(const TdxMemData& t, const TField& keyField, const TField& parentField, int row,
-                               TcxTreeListNode* parent, TcxTreeListNode* hint);
+                               TcxTreeListNode* parent, int level, TcxTreeListNode* hint);
     // Takes a placed node out of the tree (its children are the caller's).
     void DetachNode(TcxTreeListNode* node);
     // Reads every placed node's expanded state from the expanded keys again.
     void ReadExpandedAgain();
     // The absolute order (all_ and each node's absolute index) made again if the nodes moved.
     void EnsureAbsolute() const;
+    // Depth first over the placed nodes, each before its children; below collapsed nodes too
+    // unless expandedOnly. visit(node) returns false to stop the walk.
+    template <class Visit>
+    void WalkDepthFirst(bool expandedOnly, Visit&& visit) const;
+    // The column the siblings are ordered by (the first with a sort order); nullptr when none.
+    TcxDBTreeListColumn* SortedColumn() const;
     static uint64_t NextTextsEpoch();
     // After the nodes were placed: the node of the cursor's row is focused; the same row keeps
     // its focus quietly, another is a change.
@@ -314,8 +322,18 @@ private:
     std::vector<std::unique_ptr<TcxDBTreeListColumn>> columns_;
     // One node object per row, by the row's bookmark, kept across rebuilds: a node handed out
     // stays valid for the tree's life. A node whose row is no longer shown is detached. Nodes of
-    // bookmarks from 1 to 2^24 stand in byBookmark_, others here.
+    // bookmarks from 1 to 2^24 stand in nodeBlocks_, others here.
     std::unordered_map<TBookmark, std::unique_ptr<TcxTreeListNode>> storage_;
+    // The nodes of bookmarks below 2^24, kNodeBlock to a block in bookmark order, a block made
+    // when one of its bookmarks is first asked for: rows placed in table order walk the nodes in
+    // the order they lie in memory.
+    static constexpr int kNodeBlockBits = 8;
+    static constexpr int kNodeBlock = 1 << kNodeBlockBits;
+    using TNodeBlocks = std::vector<std::unique_ptr<TcxTreeListNode[]>>;
+    TNodeBlocks nodeBlocks_;
+    // Every node object of the blocks and of storage_.
+    template <class F>
+    void ForEachNodeObject(F&& f);
     std::vector<TcxTreeListNode*> roots_;
     // Absolute order, made when first read after the nodes moved (a filter followed node by
     // node leaves it stale).
@@ -337,7 +355,6 @@ private:
     TcxTreeListNode* focused_ = nullptr;
     TcxTreeListNode* hitNode_ = nullptr;
     TExpandedKeys expandedKeys_;                    // kept across rebuilds
-    std::vector<std::unique_ptr<TcxTreeListNode>> byBookmark_;  // nodes of the bookmarks below 2^24
     std::vector<int> columnFields_;                 // per column: its field's index, -1 for none
     std::vector<TcxTreeListNode*> rowToNode_;  // by the table's row index
     TBuiltFrom builtFrom_;

@@ -40,12 +40,7 @@ bool TcxDBTreeList::FollowShown(const std::vector<int>& shown) {
 
     // Siblings stand by their kept places (as a rebuild of rows in table order takes them), or in
     // table order when nothing is sorted.
-    TcxDBTreeListColumn* sortColumn = nullptr;
-    for (const auto& c : columns_)
-        if (c->SortOrder != TcxSortOrder::soNone) {
-            sortColumn = c.get();
-            break;
-        }
+    TcxDBTreeListColumn* sortColumn = SortedColumn();
     TField* sortField = sortColumn ? t->FindField(sortColumn->FieldName()) : nullptr;
     const TSiblingPlaces* kept = nullptr;
     if (sortField) {
@@ -57,8 +52,6 @@ bool TcxDBTreeList::FollowShown(const std::vector<int>& shown) {
         }
         if (!kept) return false;
     }
-    auto placeOf = [&](int row) -> int64_t { return kept ? kept->place[static_cast<size_t>(row)] : row; };
-    auto byPlace = [&](TcxTreeListNode* a, TcxTreeListNode* b) { return placeOf(a->row_) < placeOf(b->row_); };
 
     TBookmark focusedBookmark = focused_ ? focused_->bookmark_ : 0;
     focused_ = nullptr;
@@ -108,64 +101,101 @@ bool TcxDBTreeList::FollowShown(const std::vector<int>& shown) {
         if (p->row_ >= 0) closeUpList(p->children_);
     if (rootsChanged) closeUpList(roots_);
 
-    // The rows come whose parent stands (or that are roots) are placed with their shown rows
-    // below; a row whose parent comes too is placed with it.
+    // Every shown row without a node gets one when its parent has one or gets one, or when it is
+    // a root: the rows come, and rows shown before under a parent that comes now. Which rows, and
+    // at what level, is worked out from the per-row lists alone; the nodes are then placed in
+    // table order, which is the order they lie in memory, and each parent that gained children
+    // lists its children again.
     for (int row : came) shownBits_[static_cast<size_t>(row)] = 1;
-    std::vector<std::pair<TcxTreeListNode*, TcxTreeListNode*>> added;  // (parent, node); nullptr: a root
-    std::vector<int> rows;
-    for (int row : came) {
+    // The row whose key the row's parent names: -1 for a root, -2 for none.
+    auto parentRowOf = [&](size_t r) -> int {
+        if (rootIsInt && cols->parent[r] == rootInt) return -1;
+        const int g = lists.groupOfRow[r];
+        const int parentRow = g < 0 ? -2 : lists.keyRow[static_cast<size_t>(g)];
+        return parentRow < 0 ? -2 : parentRow;
+    };
+    constexpr int kUnknown = -1, kVisiting = -2, kNone = -3;
+    std::vector<int> levelOf(rowCount, kUnknown);  // by row without a node: its level, or kNone
+    std::vector<int> path;
+    for (int row : shown) {
+        if (rowToNode_[static_cast<size_t>(row)] || levelOf[static_cast<size_t>(row)] != kUnknown) continue;
+        // Up the parents until one whose level is known, or one that has a node: the rows on
+        // the way are below it, or (a parent not shown, none, or a loop) without a node.
+        path.clear();
+        int above = kNone;
+        for (size_t at = static_cast<size_t>(row);;) {
+            if (levelOf[at] != kUnknown) {
+                above = levelOf[at] == kVisiting ? kNone : levelOf[at];
+                break;
+            }
+            levelOf[at] = kVisiting;
+            path.push_back(static_cast<int>(at));
+            if (cols->parentKind[at] != 1) break;
+            const int parentRow = parentRowOf(at);
+            if (parentRow == -1) {
+                above = -1;
+                break;
+            }
+            if (parentRow < 0 || !shownBits_[static_cast<size_t>(parentRow)]) break;
+            if (const TcxTreeListNode* p = rowToNode_[static_cast<size_t>(parentRow)]) {
+                above = p->level_;
+                break;
+            }
+            at = static_cast<size_t>(parentRow);
+        }
+        for (size_t i = path.size(); i-- > 0;)
+            levelOf[static_cast<size_t>(path[i])] = above == kNone ? kNone : ++above;
+    }
+    std::vector<int> placed, late;  // rows given a node; those whose parent's node came after
+    for (int row : shown) {
         const size_t r = static_cast<size_t>(row);
-        if (rowToNode_[r] || cols->parentKind[r] != 1) continue;
-        TcxTreeListNode* parent = nullptr;
-        if (!(rootIsInt && cols->parent[r] == rootInt)) {
-            const int g = lists.groupOfRow[r];
-            const int parentRow = g < 0 ? -1 : lists.keyRow[static_cast<size_t>(g)];
-            if (parentRow < 0) continue;
-            parent = rowToNode_[static_cast<size_t>(parentRow)];
-            if (!parent) continue;  // not shown, or under a row not shown: no node to hang it on
-        }
-        TcxTreeListNode* n = PlaceNode(*t, *keyField, *parentField, row, parent, nullptr);
-        added.emplace_back(parent, n);
-        below.assign(1, n);
-        while (!below.empty()) {
-            TcxTreeListNode* m = below.back();
-            below.pop_back();
-            const int g = lists.groupOfKey[static_cast<size_t>(m->row_)];
-            if (g < 0) continue;
-            rows.clear();
-            for (int i = lists.start[static_cast<size_t>(g)]; i < lists.start[static_cast<size_t>(g) + 1]; ++i) {
-                const int child = lists.rows[static_cast<size_t>(i)];
-                if (shownBits_[static_cast<size_t>(child)] && !rowToNode_[static_cast<size_t>(child)])
-                    rows.push_back(child);
-            }
-            if (rows.empty()) continue;
-            if (kept)
-                std::sort(rows.begin(), rows.end(), [&](int a, int b) { return placeOf(a) < placeOf(b); });
-            m->children_.reserve(rows.size());
-            for (int child : rows) {
-                TcxTreeListNode* c = PlaceNode(*t, *keyField, *parentField, child, m, nullptr);
-                c->index_ = static_cast<int>(m->children_.size());
-                m->children_.push_back(c);
-                below.push_back(c);
-            }
-        }
+        if (levelOf[r] < 0) continue;
+        const int parentRow = parentRowOf(r);
+        TcxTreeListNode* parent = parentRow >= 0 ? rowToNode_[static_cast<size_t>(parentRow)] : nullptr;
+        if (parentRow >= 0 && !parent) late.push_back(row);
+        PlaceNode(*t, *keyField, *parentField, row, parent, levelOf[r], nullptr);
+        placed.push_back(row);
     }
-    // Each parent's new children merged into the ones it kept, by place.
-    std::stable_sort(added.begin(), added.end(),
-                     [](const auto& a, const auto& b) { return std::less<TcxTreeListNode*>()(a.first, b.first); });
-    std::vector<TcxTreeListNode*> merged, fresh;
-    for (size_t i = 0; i < added.size();) {
-        TcxTreeListNode* parent = added[i].first;
-        fresh.clear();
-        for (; i < added.size() && added[i].first == parent; ++i) fresh.push_back(added[i].second);
-        std::sort(fresh.begin(), fresh.end(), byPlace);
-        std::vector<TcxTreeListNode*>& list = parent ? parent->children_ : roots_;
-        merged.clear();
-        merged.reserve(list.size() + fresh.size());
-        std::merge(list.begin(), list.end(), fresh.begin(), fresh.end(), std::back_inserter(merged), byPlace);
-        list.swap(merged);
-        renumber(list);
+    for (int row : late)
+        rowToNode_[static_cast<size_t>(row)]->parent_ =
+            rowToNode_[static_cast<size_t>(parentRowOf(static_cast<size_t>(row)))];
+
+    // Each parent that gained children lists the rows under it that have nodes, by place (or in
+    // table order); the nodes before the first one that changed keep their index. The parents
+    // are taken in table order, as their nodes lie.
+    std::vector<uint8_t> gained(rowCount, 0);
+    bool rootsGained = false;
+    for (int row : placed) {
+        const int parentRow = parentRowOf(static_cast<size_t>(row));
+        if (parentRow < 0) rootsGained = true;
+        else gained[static_cast<size_t>(parentRow)] = 1;
     }
+    std::vector<int> rows;
+    auto relist = [&](const int* begin, const int* end, std::vector<TcxTreeListNode*>& list) {
+        rows.clear();
+        for (const int* i = begin; i != end; ++i)
+            if (rowToNode_[static_cast<size_t>(*i)]) rows.push_back(*i);
+        if (kept) {
+            const std::vector<uint32_t>& place = kept->place;
+            std::sort(rows.begin(), rows.end(),
+                      [&](int a, int b) { return place[static_cast<size_t>(a)] < place[static_cast<size_t>(b)]; });
+        }
+        size_t i = 0;
+        while (i < rows.size() && i < list.size() && list[i] == rowToNode_[static_cast<size_t>(rows[i])]) ++i;
+        list.resize(rows.size());
+        for (; i < rows.size(); ++i) {
+            TcxTreeListNode* n = rowToNode_[static_cast<size_t>(rows[i])];
+            list[i] = n;
+            n->index_ = static_cast<int>(i);
+        }
+    };
+    for (size_t parentRow = 0; parentRow < rowCount; ++parentRow) {
+        if (!gained[parentRow]) continue;
+        const size_t g = static_cast<size_t>(lists.groupOfKey[parentRow]);
+        relist(lists.rows.data() + lists.start[g], lists.rows.data() + lists.start[g + 1],
+               rowToNode_[parentRow]->children_);
+    }
+    if (rootsGained) relist(lists.roots.data(), lists.roots.data() + lists.roots.size(), roots_);
 
     absoluteStale_ = true;
     if (builtFrom_.expandedChanges != expandedKeys_.Changes()) ReadExpandedAgain();
