@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <utility>
 
 #include "base/Exceptions.h"
@@ -86,6 +87,26 @@ private:
     std::string& out_;
 };
 
+// One fixed-width value as the writer puts it, flag and all, in a buffer of its own: what a
+// value read is compared with.
+class ValueBytes {
+public:
+    template <class T>
+    void Put(T v) {
+        std::memcpy(b_ + n_, &v, sizeof(T));
+        n_ += sizeof(T);
+    }
+    void Zeros(size_t n) {
+        std::memset(b_ + n_, 0, n);
+        n_ += n;
+    }
+    bool Equals(const char* p, size_t n) const { return n == n_ && std::memcmp(b_, p, n) == 0; }
+
+private:
+    unsigned char b_[16];
+    size_t n_ = 0;
+};
+
 class Reader {
 public:
     Reader(const char* data, size_t size) : data_(data), size_(size) {}
@@ -131,6 +152,31 @@ double Extended80ToDouble(const unsigned char* b) {
     if (exp == 0x7FFF) return std::nan("");
     double v = std::ldexp(static_cast<double>(mant), exp - 16383 - 63);
     return neg ? -v : v;
+}
+
+// A currency value as the file's double holds it, in ten-thousandths; none when it is not a
+// number or lies beyond what a currency holds.
+std::optional<int64_t> CurrencyOfStored(double v) {
+    if (!std::isfinite(v) || std::fabs(v) > 9.2e14) return std::nullopt;
+    return Currency::FromDouble(v).value;
+}
+
+// A date and time from the file's milliseconds since the year 1: none when it is not a number.
+// Taken as it stands, in doubles, however far beyond the calendar it lies: only its use (its
+// split into a date) can fail.
+std::optional<double> DateTimeOfStored(double ms) {
+    if (!std::isfinite(ms)) return std::nullopt;
+    const double plain = ms / MSecsPerDay - DateDelta;
+    if (!SplittableDate(plain)) return plain;  // no calendar day: the writer turns it back the same way
+    double day = std::floor(ms / MSecsPerDay);
+    double msOfDay = std::nearbyint(ms - day * MSecsPerDay);
+    if (msOfDay >= MSecsPerDay) {
+        msOfDay -= MSecsPerDay;
+        day += 1;
+    }
+    const double days = day - DateDelta;
+    const double frac = msOfDay / MSecsPerDay;
+    return days < 0 ? days - frac : days + frac;
 }
 
 struct Descriptor {
@@ -289,9 +335,8 @@ bool ReadValue(Reader& r, const Descriptor& d, double version, TCell& cell) {
         case TFieldType::ftByte: cell = unsignedInt(); break;
         case TFieldType::ftBoolean: cell = int64_t{unsignedInt() != 0 ? 1 : 0}; break;
         case TFieldType::ftCurrency: {
-            double v = real();
-            if (!std::isfinite(v) || std::fabs(v) > 9.2e14) return true;  // no value we can hold
-            cell = Currency::FromDouble(v).value;
+            const std::optional<int64_t> v = CurrencyOfStored(real());
+            if (v) cell = *v;  // otherwise no value we can hold
             break;
         }
         case TFieldType::ftDate: {
@@ -306,24 +351,8 @@ bool ReadValue(Reader& r, const Descriptor& d, double version, TCell& cell) {
         }
         case TFieldType::ftDateTime:
         case TFieldType::ftTimeStamp: {
-            // Taken as it stands, in doubles, however far beyond the calendar it lies: only its
-            // use (its split into a date) can fail.
-            double ms = real();
-            if (!std::isfinite(ms)) return true;
-            const double plain = ms / MSecsPerDay - DateDelta;
-            if (!SplittableDate(plain)) {
-                cell = plain;  // no calendar day: the writer turns it back the same way
-                break;
-            }
-            double day = std::floor(ms / MSecsPerDay);
-            double msOfDay = std::nearbyint(ms - day * MSecsPerDay);
-            if (msOfDay >= MSecsPerDay) {
-                msOfDay -= MSecsPerDay;
-                day += 1;
-            }
-            double days = day - DateDelta;
-            double frac = msOfDay / MSecsPerDay;
-            cell = days < 0 ? days - frac : days + frac;
+            const std::optional<double> v = DateTimeOfStored(real());
+            if (v) cell = *v;
             break;
         }
         case TFieldType::ftFloat:
@@ -476,7 +505,8 @@ public:
     }
 
     // The bytes after the flag of a fixed-width value.
-    static void WriteFixed(Writer& w, TFieldType t, const Slot& s) {
+    template <class W>
+    static void WriteFixed(W& w, TFieldType t, const Slot& s) {
         if (s.kind == SlotKind::None) {
             w.Zeros(static_cast<size_t>(FixedWidth(t)));
             return;
@@ -541,43 +571,31 @@ public:
             TMemDataWriter::Header(w, TMemDataWriter::Stored(t));
             canonical = expected.size() == r.Pos() && std::memcmp(expected.data(), data, r.Pos()) == 0;
         }
-        // Values of the field's own kind, in a version with flags, are read straight into slots.
-        std::vector<char> direct(h.descriptors.size(), 0);
-        for (size_t i = 0; i < h.descriptors.size(); ++i) {
-            const Descriptor& d = h.descriptors[i];
-            direct[i] = h.version >= 1.85 && d.field && d.field->DataType() == d.type &&
-                        d.type != TFieldType::ftWideString && d.type != TFieldType::ftWideMemo;
-        }
+        const std::vector<Step> plan = Plan(h);
         const size_t nFields = t.fields_.size();
-        while (!r.AtEnd()) {
-            TdxMemData::Row row;
-            row.cells.resize(nFields);
-            bool complete = true;
-            for (size_t i = 0; i < h.descriptors.size(); ++i) {
-                const Descriptor& d = h.descriptors[i];
-                if (direct[i]) {
-                    if (!ReadSlot(r, d, row.cells[static_cast<size_t>(d.field->Index())], canonical)) {
-                        complete = false;
-                        break;
-                    }
-                    continue;
-                }
-                TCell cell;
-                if (!ReadValue(r, d, h.version, cell)) {
-                    complete = false;
+        const size_t body = r.Pos();
+        // All the rows' slots in one array, in the table's field order, row after row.
+        std::vector<Slot> slots;
+        size_t rows = 0;
+        bool whole = true;
+        try {
+            while (!r.AtEnd()) {
+                if (rows == kRowsBeforeGuess) slots.reserve(GuessSlots(rows, r.Pos() - body, size - body, nFields));
+                slots.resize(slots.size() + nFields);
+                if (!ReadRow(r, t, h, plan, slots.data() + rows * nFields, canonical)) {
+                    whole = false;
                     break;
                 }
-                canonical = false;
-                if (d.field)
-                    row.cells[static_cast<size_t>(d.field->Index())] = t.CellToSlot(Convert(d, std::move(cell), *d.field));
+                ++rows;
             }
-            if (!complete) return false;  // the partly read record is dropped
-            row.cells[0].kind = SlotKind::Int;
-            row.cells[0].i = static_cast<int64_t>(t.rows_.size()) + 1;
-            t.AssignAutoInc(row);
-            t.rows_.push_back(std::move(row));
+        } catch (...) {
+            slots.resize(rows * nFields);  // the rows read before stay
+            t.AdoptLoadedRows(std::move(slots), rows);
+            throw;
         }
-        return true;
+        slots.resize(rows * nFields);  // a partly read record is dropped
+        t.AdoptLoadedRows(std::move(slots), rows);
+        return whole;
     }
 
     static void CreateFields(TdxMemData& t, const std::string& bytes) {
@@ -591,71 +609,223 @@ public:
     }
 
 private:
-    // One value of the field's own kind, in a version with flags. False on a short read.
-    static bool ReadSlot(Reader& r, const Descriptor& d, Slot& slot, bool& canonical) {
-        const TFieldType t = d.type;
-        if (IsBlobKind(t)) {
-            int32_t len;
-            if (!r.Get(len) || len < 0 || static_cast<size_t>(len) > r.Left()) return false;
-            if (len > 0) {
-                slot.kind = SlotKind::Text;
-                slot.p = r.Here();
-                slot.len = static_cast<uint32_t>(len);
+    // How each value of a row is read: straight into its slot, by kind, for the field's own kind
+    // at its own width in a version with flags; through the general reader and a conversion
+    // otherwise.
+    enum class Op : uint8_t { Blob, Text, Int32, Int16, Boolean, Date, Time, Currency, DateTime, Float, Direct, General };
+    struct Step {
+        Op op;
+        uint32_t slot;  // the field's index; unused when the file's field has none
+        size_t width;   // of a fixed-width value
+        uint32_t size;  // of a text field: the bytes it keeps
+    };
+    static constexpr size_t kRowsBeforeGuess = 256;
+
+    static std::vector<Step> Plan(const Header& h) {
+        std::vector<Step> plan;
+        plan.reserve(h.descriptors.size());
+        for (const Descriptor& d : h.descriptors) {
+            Step s{Op::General, 0, 0, 0};
+            const TFieldType t = d.type;
+            const bool direct = h.version >= 1.85 && d.field && d.field->DataType() == t &&
+                                t != TFieldType::ftWideString && t != TFieldType::ftWideMemo;
+            if (direct) {
+                s.slot = static_cast<uint32_t>(d.field->Index());
+                s.width = d.size > 0 ? static_cast<size_t>(d.size) : static_cast<size_t>(FixedWidth(t));
+                s.size = static_cast<uint32_t>(std::max(0, d.field->Size()));
+                const bool ownWidth = static_cast<int>(s.width) == FixedWidth(t);
+                if (IsBlobKind(t)) s.op = Op::Blob;
+                else if (IsStringKind(t)) s.op = Op::Text;
+                else if (!ownWidth) s.op = Op::Direct;
+                else if (t == TFieldType::ftInteger || t == TFieldType::ftAutoInc) s.op = Op::Int32;
+                else if (t == TFieldType::ftSmallint) s.op = Op::Int16;
+                else if (t == TFieldType::ftBoolean) s.op = Op::Boolean;
+                else if (t == TFieldType::ftDate) s.op = Op::Date;
+                else if (t == TFieldType::ftTime) s.op = Op::Time;
+                else if (t == TFieldType::ftCurrency) s.op = Op::Currency;
+                else if (t == TFieldType::ftDateTime) s.op = Op::DateTime;
+                else if (t == TFieldType::ftFloat) s.op = Op::Float;
+                else s.op = Op::Direct;
             }
-            r.Skip(static_cast<size_t>(len));
-            return true;
+            plan.push_back(s);
         }
-        const size_t start = r.Pos();
+        return plan;
+    }
+
+    // Room for the rows still to come, guessed from the bytes the first ones took; never more
+    // than the rows the rest of the file could hold at that size, plus a little.
+    static size_t GuessSlots(size_t rows, size_t bytesRead, size_t bytesAll, size_t nFields) {
+        if (bytesRead == 0) return 0;
+        const double perRow = static_cast<double>(bytesRead) / static_cast<double>(rows);
+        const double guess = static_cast<double>(bytesAll) / perRow * 1.02 + 16;
+        return static_cast<size_t>(guess) * nFields;
+    }
+
+    // Reads one record into the row's slots (all holding nothing). False on a short read.
+    static bool ReadRow(Reader& r, TdxMemData& t, const Header& h, const std::vector<Step>& plan, Slot* row,
+                        bool& canonical) {
+        for (size_t i = 0; i < plan.size(); ++i) {
+            const Step& s = plan[i];
+            switch (s.op) {
+                case Op::Blob: {
+                    int32_t len;
+                    if (!r.Get(len) || len < 0 || static_cast<size_t>(len) > r.Left()) return false;
+                    if (len > 0) {
+                        Slot& slot = row[s.slot];
+                        slot.kind = SlotKind::Text;
+                        slot.p = r.Here();
+                        slot.len = static_cast<uint32_t>(len);
+                        r.Skip(static_cast<size_t>(len));
+                    }
+                    continue;
+                }
+                case Op::Text: {
+                    uint8_t flag;
+                    if (!r.Get(flag)) return false;
+                    if (flag == 0) continue;
+                    if (flag > 1) canonical = false;  // any other flag reads as a value, and is written as 1
+                    int32_t len;
+                    if (!r.Get(len) || len < 0 || static_cast<size_t>(len) > r.Left()) return false;
+                    const size_t keep = std::min(static_cast<size_t>(len), static_cast<size_t>(s.size));
+                    if (keep < static_cast<size_t>(len)) canonical = false;
+                    Slot& slot = row[s.slot];
+                    slot.kind = SlotKind::Text;
+                    slot.p = r.Here();
+                    slot.len = static_cast<uint32_t>(keep);
+                    r.Skip(static_cast<size_t>(len));
+                    continue;
+                }
+                case Op::General: {
+                    TCell cell;
+                    if (!ReadValue(r, h.descriptors[i], h.version, cell)) return false;
+                    canonical = false;
+                    const Descriptor& d = h.descriptors[i];
+                    if (d.field)
+                        row[d.field->Index()] = t.CellToSlot(Convert(d, std::move(cell), *d.field));
+                    continue;
+                }
+                case Op::Direct:
+                    if (!ReadOtherFixed(r, h.descriptors[i], row[s.slot], canonical)) return false;
+                    continue;
+                default:
+                    if (!ReadFixed(r, s, row[s.slot], canonical)) return false;
+                    continue;
+            }
+        }
+        return true;
+    }
+
+    // A fixed-width value of one of the common kinds, at its own width, into its slot as the
+    // general reader would read it; the file is canonical only while the value, written back,
+    // gives the bytes read.
+    static bool ReadFixed(Reader& r, const Step& s, Slot& slot, bool& canonical) {
+        if (1 + s.width > r.Left()) return false;
         const char* const at = r.Here();
-        uint8_t flag;
-        if (!r.Get(flag)) return false;
-        if (flag > 1) canonical = false;  // any other flag reads as a value, and is written as 1
-        if (IsStringKind(t)) {
-            if (flag == 0) return true;
-            int32_t len;
-            if (!r.Get(len) || len < 0 || static_cast<size_t>(len) > r.Left()) return false;
-            const size_t keep = std::min(static_cast<size_t>(len), static_cast<size_t>(d.field->Size()));
-            if (keep < static_cast<size_t>(len)) canonical = false;
-            slot.kind = SlotKind::Text;
-            slot.p = r.Here();
-            slot.len = static_cast<uint32_t>(keep);
-            r.Skip(static_cast<size_t>(len));
+        const auto flag = static_cast<uint8_t>(at[0]);
+        const char* p = at + 1;
+        r.Skip(1 + s.width);
+        if (flag > 1) canonical = false;
+        if (flag == 0) {
+            // No value; the writer puts zeros after the flag.
+            if (canonical)
+                for (size_t k = 0; k < s.width; ++k) canonical = canonical && p[k] == 0;
             return true;
         }
-        const size_t width = d.size > 0 ? static_cast<size_t>(d.size) : static_cast<size_t>(FixedWidth(t));
-        if (width > r.Left()) return false;
-        const auto* p = reinterpret_cast<const unsigned char*>(r.Here());
-        // The common kinds at their own width, read here; the rest as the general reader does.
-        if (flag != 0 && static_cast<int>(width) == FixedWidth(t)) {
-            if (t == TFieldType::ftInteger || t == TFieldType::ftAutoInc) {
+        TFieldType kind = TFieldType::ftInteger;
+        switch (s.op) {
+            case Op::Int32: {
                 int32_t v;
                 std::memcpy(&v, p, 4);
                 slot.kind = SlotKind::Int;
                 slot.i = v;
-                r.Skip(width);
                 return true;
             }
-            if (t == TFieldType::ftSmallint || t == TFieldType::ftBoolean) {
+            case Op::Int16: {
                 int16_t v;
                 std::memcpy(&v, p, 2);
                 slot.kind = SlotKind::Int;
-                slot.i = t == TFieldType::ftBoolean ? (v != 0 ? 1 : 0) : v;
-                if (t == TFieldType::ftBoolean && v != 0 && v != 1) canonical = false;
-                r.Skip(width);
+                slot.i = v;
                 return true;
             }
+            case Op::Boolean: {
+                int16_t v;
+                std::memcpy(&v, p, 2);
+                slot.kind = SlotKind::Int;
+                slot.i = v != 0 ? 1 : 0;
+                if (v != 0 && v != 1) canonical = false;
+                return true;
+            }
+            case Op::Date: {
+                int32_t days;
+                std::memcpy(&days, p, 4);
+                slot.kind = SlotKind::Real;
+                slot.d = TimeStampToDateTime({days, 0});
+                kind = TFieldType::ftDate;
+                break;
+            }
+            case Op::Time: {
+                int32_t ms;
+                std::memcpy(&ms, p, 4);
+                slot.kind = SlotKind::Real;
+                slot.d = static_cast<double>(ms) / MSecsPerDay;
+                kind = TFieldType::ftTime;
+                break;
+            }
+            case Op::Currency: {
+                double v;
+                std::memcpy(&v, p, 8);
+                if (const std::optional<int64_t> c = CurrencyOfStored(v)) {
+                    slot.kind = SlotKind::Int;
+                    slot.i = *c;
+                }
+                kind = TFieldType::ftCurrency;
+                break;
+            }
+            case Op::DateTime: {
+                double ms;
+                std::memcpy(&ms, p, 8);
+                if (const std::optional<double> d = DateTimeOfStored(ms)) {
+                    slot.kind = SlotKind::Real;
+                    slot.d = *d;
+                }
+                kind = TFieldType::ftDateTime;
+                break;
+            }
+            default: {  // Float
+                double v;
+                std::memcpy(&v, p, 8);
+                if (std::isfinite(v)) {
+                    slot.kind = SlotKind::Real;
+                    slot.d = v;
+                }
+                kind = TFieldType::ftFloat;
+                break;
+            }
         }
-        r.Seek(start);
+        if (canonical) {
+            ValueBytes again;
+            again.Put(static_cast<uint8_t>(slot.kind == SlotKind::None ? 0 : 1));
+            TMemDataWriter::WriteFixed(again, kind, slot);
+            canonical = again.Equals(at, 1 + s.width);
+        }
+        return true;
+    }
+
+    // A fixed-width value of the field's own kind, of a kind or width the common ones leave
+    // out, by the general reader. False on a short read.
+    static bool ReadOtherFixed(Reader& r, const Descriptor& d, Slot& slot, bool& canonical) {
+        const size_t start = r.Pos();
+        const char* const at = r.Here();
         TCell cell;
         if (!ReadValue(r, d, kWriterVersion, cell)) return false;
+        if (static_cast<uint8_t>(at[0]) > 1) canonical = false;  // any other flag reads as a value
         slot = TdxMemData::ViewOf(Convert(d, std::move(cell), *d.field));
         if (canonical) {
             // Written back, the value must give the same bytes.
-            std::string again;
-            Writer w(again);
-            w.Put(static_cast<uint8_t>(slot.kind == SlotKind::None ? 0 : 1));
-            TMemDataWriter::WriteFixed(w, t, slot);
-            canonical = again.size() == r.Pos() - start && std::memcmp(again.data(), at, again.size()) == 0;
+            ValueBytes again;
+            again.Put(static_cast<uint8_t>(slot.kind == SlotKind::None ? 0 : 1));
+            TMemDataWriter::WriteFixed(again, d.type, slot);
+            canonical = again.Equals(at, r.Pos() - start);
         }
         return true;
     }
