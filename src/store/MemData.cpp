@@ -778,30 +778,36 @@ void TdxMemData::AssignAutoInc(Row& row) {
 void TdxMemData::AdoptLoadedRows(std::vector<Slot> slots, size_t rows) {
     const size_t n = fields_.size();
     if (rows == 0 || n == 0) return;
-    for (size_t r = 0; r < rows; ++r) {
-        Slot& rec = slots[r * n];
-        rec.kind = SlotKind::Int;
-        rec.i = static_cast<int64_t>(r) + 1;
-    }
     // As each row appended in turn would be numbered while loading: a value above the highest
     // raises it, any other value stays, and a row without one takes the next number while its
-    // kind has one.
-    for (size_t i = 0; i < n; ++i) {
-        const TField& f = *fields_[i];
-        if (!f.IsAutoInc()) continue;
+    // kind has one. RecId, the first field, counts the rows from one.
+    struct Counter {
+        size_t field;
+        int64_t hi;
+    };
+    std::vector<Counter> counters;
+    for (size_t i = 1; i < n; ++i) {
+        if (!fields_[i]->IsAutoInc()) continue;
         int64_t lo, hi;
-        IntegerRange(f.DataType(), lo, hi);
-        int64_t& highest = highest_[i];
-        for (size_t r = 0; r < rows; ++r) {
-            Slot& c = slots[r * n + i];
-            if (c.kind == SlotKind::Int) {
-                if (c.i > highest) highest = c.i;
-            } else if (highest < hi) {
-                c.kind = SlotKind::Int;
-                c.i = ++highest;
+        IntegerRange(fields_[i]->DataType(), lo, hi);
+        counters.push_back({i, hi});
+    }
+    for (size_t r = 0; r < rows; ++r) {
+        Slot* row = slots.data() + r * n;
+        row[0].kind = SlotKind::Int;
+        row[0].i = static_cast<int64_t>(r) + 1;
+        for (const Counter& c : counters) {
+            Slot& s = row[c.field];
+            int64_t& highest = highest_[c.field];
+            if (s.kind == SlotKind::Int) {
+                if (s.i > highest) highest = s.i;
+            } else if (highest < c.hi) {
+                s.kind = SlotKind::Int;
+                s.i = ++highest;
             }
         }
     }
+    highest_[0] = std::max(highest_[0], static_cast<int64_t>(rows));
     if (slots.capacity() > slots.size() + slots.size() / 8) slots.shrink_to_fit();
     rowBlock_ = std::make_unique<RowBlock>();
     rowBlock_->slots = std::move(slots);
