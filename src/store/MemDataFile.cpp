@@ -664,6 +664,21 @@ private:
     // Reads one record into the row's slots (all holding nothing). False on a short read.
     static bool ReadRow(Reader& r, TdxMemData& t, const Header& h, const std::vector<Step>& plan, Slot* row,
                         bool& canonical) {
+        // The fixed-width values of the common kinds are decoded after a long value has been
+        // passed, or at the end of the row: the bytes after a mail's body are then on their way
+        // into the cache while the decoding runs, rather than waited for.
+        struct Pending {
+            const Step* step;
+            const char* at;
+        };
+        constexpr size_t kPendingMax = 32;
+        Pending pending[kPendingMax];
+        size_t npending = 0;
+        auto decode = [&] {
+            for (size_t k = 0; k < npending; ++k)
+                DecodeFixed(*pending[k].step, pending[k].at, row[pending[k].step->slot], canonical);
+            npending = 0;
+        };
         for (size_t i = 0; i < plan.size(); ++i) {
             const Step& s = plan[i];
             switch (s.op) {
@@ -676,6 +691,10 @@ private:
                         slot.p = r.Here();
                         slot.len = static_cast<uint32_t>(len);
                         r.Skip(static_cast<size_t>(len));
+                        if (npending > 0) {
+                            __builtin_prefetch(r.Here());
+                            decode();
+                        }
                     }
                     continue;
                 }
@@ -708,28 +727,29 @@ private:
                     if (!ReadOtherFixed(r, h.descriptors[i], row[s.slot], canonical)) return false;
                     continue;
                 default:
-                    if (!ReadFixed(r, s, row[s.slot], canonical)) return false;
+                    if (1 + s.width > r.Left()) return false;
+                    if (npending == kPendingMax) decode();
+                    pending[npending++] = {&s, r.Here()};
+                    r.Skip(1 + s.width);
                     continue;
             }
         }
+        decode();
         return true;
     }
 
-    // A fixed-width value of one of the common kinds, at its own width, into its slot as the
-    // general reader would read it; the file is canonical only while the value, written back,
-    // gives the bytes read.
-    static bool ReadFixed(Reader& r, const Step& s, Slot& slot, bool& canonical) {
-        if (1 + s.width > r.Left()) return false;
-        const char* const at = r.Here();
+    // A fixed-width value of one of the common kinds, at its own width, flag first at `at`, into
+    // its slot as the general reader would read it; the file is canonical only while the value,
+    // written back, gives the bytes read.
+    static void DecodeFixed(const Step& s, const char* at, Slot& slot, bool& canonical) {
         const auto flag = static_cast<uint8_t>(at[0]);
         const char* p = at + 1;
-        r.Skip(1 + s.width);
         if (flag > 1) canonical = false;
         if (flag == 0) {
             // No value; the writer puts zeros after the flag.
             if (canonical)
                 for (size_t k = 0; k < s.width; ++k) canonical = canonical && p[k] == 0;
-            return true;
+            return;
         }
         TFieldType kind = TFieldType::ftInteger;
         switch (s.op) {
@@ -738,14 +758,14 @@ private:
                 std::memcpy(&v, p, 4);
                 slot.kind = SlotKind::Int;
                 slot.i = v;
-                return true;
+                return;
             }
             case Op::Int16: {
                 int16_t v;
                 std::memcpy(&v, p, 2);
                 slot.kind = SlotKind::Int;
                 slot.i = v;
-                return true;
+                return;
             }
             case Op::Boolean: {
                 int16_t v;
@@ -753,7 +773,7 @@ private:
                 slot.kind = SlotKind::Int;
                 slot.i = v != 0 ? 1 : 0;
                 if (v != 0 && v != 1) canonical = false;
-                return true;
+                return;
             }
             case Op::Date: {
                 int32_t days;
@@ -808,7 +828,6 @@ private:
             TMemDataWriter::WriteFixed(again, kind, slot);
             canonical = again.Equals(at, 1 + s.width);
         }
-        return true;
     }
 
     // A fixed-width value of the field's own kind, of a kind or width the common ones leave
