@@ -341,7 +341,7 @@ private:
         void assign(size_t n, const Slot& v);
         void emplace_back();  // one more slot, holding nothing; the row then has its own array
         bool In(const RowBlock* block) const { return block_ && block_ == block; }
-        // Moves the slots to rows [first, first + size()) of another block.
+        // Moves the slots into another block, from its slot `first` on.
         void MoveInto(RowBlock& block, size_t first);
 
     private:
