@@ -392,6 +392,7 @@ TField& TdxMemData::AddField(std::string name, TFieldType type, int size, TField
     fieldsByName_.emplace(UpperName(fields_.back()->FieldName()), index);
     highest_.push_back(0);
     for (Row& r : rows_) r.cells.emplace_back();
+    CompactRowBlockWhenDue();
     RowsChanged();
     stamp_.valid = false;  // the file holds other columns
     pending_.cells.emplace_back();
@@ -426,6 +427,7 @@ void TdxMemData::Open() {
 void TdxMemData::Close() {
     rows_.clear();
     std::vector<Row>().swap(rows_);
+    rowBlock_.reset();
     RowsChanged();
     filterList_.clear();
     lastBookmark_ = 0;
@@ -784,8 +786,46 @@ void TdxMemData::AssignAutoInc(Row& row) {
     }
 }
 
-namespace {
-}  // namespace
+void TdxMemData::AdoptLoadedRows(std::vector<Slot> slots, size_t rows) {
+    const size_t n = fields_.size();
+    if (rows == 0 || n == 0) return;
+    // As each row appended in turn would be numbered while loading: a value above the highest
+    // raises it, any other value stays, and a row without one takes the next number while its
+    // kind has one. RecId, the first field, counts the rows from one.
+    struct Counter {
+        size_t field;
+        int64_t hi;
+    };
+    std::vector<Counter> counters;
+    for (size_t i = 1; i < n; ++i) {
+        if (!fields_[i]->IsAutoInc()) continue;
+        int64_t lo, hi;
+        IntegerRange(fields_[i]->DataType(), lo, hi);
+        counters.push_back({i, hi});
+    }
+    for (size_t r = 0; r < rows; ++r) {
+        Slot* row = slots.data() + r * n;
+        row[0].kind = SlotKind::Int;
+        row[0].i = static_cast<int64_t>(r) + 1;
+        for (const Counter& c : counters) {
+            Slot& s = row[c.field];
+            int64_t& highest = highest_[c.field];
+            if (s.kind == SlotKind::Int) {
+                if (s.i > highest) highest = s.i;
+            } else if (highest < c.hi) {
+                s.kind = SlotKind::Int;
+                s.i = ++highest;
+            }
+        }
+    }
+    highest_[0] = std::max(highest_[0], static_cast<int64_t>(rows));
+    if (slots.capacity() > slots.size() + slots.size() / 8) slots.shrink_to_fit();
+    rowBlock_ = std::make_unique<RowBlock>();
+    rowBlock_->slots = std::move(slots);
+    rowBlock_->rows = rows;
+    rows_.reserve(rows_.size() + rows);
+    for (size_t r = 0; r < rows; ++r) rows_.push_back(Row{RowCells(*rowBlock_, r * n, n), 0});
+}
 
 struct TdxMemData::SortKey {
     const TdxMemData* table;
@@ -825,12 +865,12 @@ void TdxMemData::Post() {
             return;
         }
         // A row posted as it was changes nothing of the table, nor of its file.
-        const std::vector<Slot>& was = rows_[curRec_].cells;
+        const RowCells& was = rows_[curRec_].cells;
         bool same = !sorted && was.size() == pending_.cells.size();
         for (size_t i = 0; same && i < was.size(); ++i) same = SameSlot(was[i], pending_.cells[i]);
         if (!same) RowsChanged();
         if (!sorted) {
-            rows_[curRec_] = std::move(pending_);
+            rows_[curRec_].cells = pending_.cells;  // in the row's own place
         } else {
             // The row may change its place: the filter list follows its rows by bookmark.
             std::vector<TBookmark> shown;
@@ -860,6 +900,7 @@ void TdxMemData::Post() {
     }
     pending_.cells.assign(fields_.size(), Slot{});
     insertAt_ = -1;
+    CompactRowBlockWhenDue();
     CompactTextWhenDue();
     // A row the filter does not show leaves a view with no rows at both ends.
     bof_ = eof_ = RecordCount() == 0;
@@ -884,6 +925,7 @@ void TdxMemData::Delete() {
     if (curRec_ < 0 || curRec_ >= static_cast<int>(rows_.size())) return;
     int removed = curRec_;
     rows_.erase(rows_.begin() + removed);
+    CompactRowBlockWhenDue();
     RowsChanged();
     if (isFiltered_) {
         int f = FilterIndexOf(removed);

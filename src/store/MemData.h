@@ -314,8 +314,48 @@ private:
         Slot() : i(0), len(0), kind(SlotKind::None) {}
         std::string_view Text() const { return {p, len}; }
     };
+    // The slots of the rows one load read, all in one block: it goes when the table closes or
+    // loads again, and once fewer than half its rows still lie in it (the others are then moved
+    // to a block of their size). `live` counts the rows whose slots lie in it.
+    struct RowBlock {
+        std::vector<Slot> slots;
+        size_t rows = 0;
+        size_t live = 0;
+    };
+    // A row's slots: its own array, or a place in a load's block (counted there while it lasts).
+    // A copy is always the row's own; a row moved keeps its place.
+    class RowCells {
+    public:
+        RowCells() = default;
+        RowCells(RowBlock& block, size_t first, size_t n);
+        RowCells(const RowCells& o);
+        RowCells(RowCells&& o) noexcept;
+        RowCells& operator=(const RowCells& o);  // copies the values, into its own place when it fits
+        RowCells& operator=(RowCells&& o) noexcept;
+        ~RowCells() { Release(); }
+        size_t size() const { return n_; }
+        Slot& operator[](size_t i) { return p_[i]; }
+        const Slot& operator[](size_t i) const { return p_[i]; }
+        Slot& at(size_t i);
+        const Slot& at(size_t i) const;
+        Slot* begin() { return p_; }
+        Slot* end() { return p_ + n_; }
+        const Slot* begin() const { return p_; }
+        const Slot* end() const { return p_ + n_; }
+        void assign(size_t n, const Slot& v);
+        void emplace_back();  // one more slot, holding nothing; the row then has its own array
+        bool In(const RowBlock* block) const { return block_ && block_ == block; }
+        // Moves the slots into another block, from its slot `first` on.
+        void MoveInto(RowBlock& block, size_t first);
+
+    private:
+        void Release();
+        Slot* p_ = nullptr;
+        RowBlock* block_ = nullptr;  // null: p_ is the row's own array
+        uint32_t n_ = 0;
+    };
     struct Row {
-        std::vector<Slot> cells;
+        RowCells cells;
         TBookmark bookmark = 0;
     };
     // Text for the slots: whole file images read by loads, and blocks for text set since. Text
@@ -380,6 +420,12 @@ private:
                 std::vector<int>* fieldsOut = nullptr);
     std::vector<int> SplitFieldNames(std::string_view names) const;
     void RecomputeFilterAfterLoad();
+    // Makes the rows from a load's slots, `rows` rows of FieldCount() slots each, in order:
+    // numbers them (RecId) and works out the auto-increment state as appending them one by one
+    // would have.
+    void AdoptLoadedRows(std::vector<Slot> slots, size_t rows);
+    // Frees the load's block once fewer than half its rows lie in it, moving those to a smaller one.
+    void CompactRowBlockWhenDue();
     bool FinishLoad();  // true when a sort changed the order read
     void LoadImage(TableFileImage image, const std::string* path, const TableFileStamp& stamp);
     // The start of every load: observers held back, the old rows gone, the table open.
@@ -388,6 +434,7 @@ private:
     std::string name_;
     std::vector<std::unique_ptr<TField>> fields_;
     std::unordered_map<std::string, int> fieldsByName_;  // by the name in capitals
+    std::unique_ptr<RowBlock> rowBlock_;  // before the rows, which count themselves out of it
     std::vector<Row> rows_;
     TextStore text_;
     std::vector<int> filterList_;

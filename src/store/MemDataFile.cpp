@@ -7,394 +7,17 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <utility>
 
 #include "base/Exceptions.h"
 #include "platform/Text.h"
 #include "store/MemData.h"
 #include "store/TableFile.h"
+#include "store/TableFormat.h"
 
-namespace {
+using namespace tableformat;
 
-constexpr double kWriterVersion = 1.91;
-
-// Byte width of a fixed-width value, as the descriptor's Size gives it.
-int FixedWidth(TFieldType t) {
-    switch (t) {
-        case TFieldType::ftShortint:
-        case TFieldType::ftByte: return 1;
-        case TFieldType::ftSmallint:
-        case TFieldType::ftWord:
-        case TFieldType::ftBoolean: return 2;
-        case TFieldType::ftInteger:
-        case TFieldType::ftAutoInc:
-        case TFieldType::ftLongWord:
-        case TFieldType::ftDate:
-        case TFieldType::ftTime: return 4;
-        default: return 8;  // Float, Currency, BCD, DateTime, Largeint, TimeStamp, FMTBcd, Extended
-    }
-}
-
-bool IsStringKind(TFieldType t) {
-    return t == TFieldType::ftString || t == TFieldType::ftGuid || t == TFieldType::ftWideString;
-}
-
-bool IsBlobKind(TFieldType t) { return IsBlobType(t); }
-
-bool IsOrdinalKind(TFieldType t) {
-    switch (t) {
-        case TFieldType::ftSmallint:
-        case TFieldType::ftInteger:
-        case TFieldType::ftWord:
-        case TFieldType::ftBoolean:
-        case TFieldType::ftAutoInc:
-        case TFieldType::ftLargeint:
-        case TFieldType::ftLongWord:
-        case TFieldType::ftShortint:
-        case TFieldType::ftByte: return true;
-        default: return false;
-    }
-}
-
-// The numbers a field of an ordinal kind holds.
-std::pair<int64_t, int64_t> OrdinalRange(TFieldType t) {
-    switch (t) {
-        case TFieldType::ftBoolean: return {0, 1};
-        case TFieldType::ftSmallint: return {INT16_MIN, INT16_MAX};
-        case TFieldType::ftWord: return {0, UINT16_MAX};
-        case TFieldType::ftShortint: return {INT8_MIN, INT8_MAX};
-        case TFieldType::ftByte: return {0, UINT8_MAX};
-        case TFieldType::ftLongWord: return {0, UINT32_MAX};
-        case TFieldType::ftLargeint: return {INT64_MIN, INT64_MAX};
-        default: return {INT32_MIN, INT32_MAX};  // Integer, AutoInc
-    }
-}
-
-class Writer {
-public:
-    explicit Writer(std::string& out) : out_(out) {}
-    void Bytes(const void* p, size_t n) { out_.append(static_cast<const char*>(p), n); }
-    template <class T>
-    void Put(T v) {
-        unsigned char b[sizeof(T)];
-        std::memcpy(b, &v, sizeof(T));  // the machines this runs on are little-endian
-        Bytes(b, sizeof(T));
-    }
-    void Zeros(size_t n) { out_.append(n, '\0'); }
-
-private:
-    std::string& out_;
-};
-
-class Reader {
-public:
-    Reader(const char* data, size_t size) : data_(data), size_(size) {}
-    size_t Pos() const { return pos_; }
-    size_t Left() const { return size_ - pos_; }
-    bool AtEnd() const { return pos_ >= size_; }
-    void Seek(size_t p) { pos_ = p; }
-    const char* Here() const { return data_ + pos_; }
-    bool Bytes(size_t n, std::string& out) {
-        if (n > Left()) return false;
-        out.assign(data_ + pos_, n);
-        pos_ += n;
-        return true;
-    }
-    bool Skip(size_t n) {
-        if (n > Left()) return false;
-        pos_ += n;
-        return true;
-    }
-    template <class T>
-    bool Get(T& v) {
-        if (sizeof(T) > Left()) return false;
-        std::memcpy(&v, data_ + pos_, sizeof(T));
-        pos_ += sizeof(T);
-        return true;
-    }
-
-private:
-    const char* data_;
-    size_t size_;
-    size_t pos_ = 0;
-};
-
-// The 80-bit extended format, for old files that stored it at its full width.
-double Extended80ToDouble(const unsigned char* b) {
-    uint64_t mant;
-    std::memcpy(&mant, b, 8);
-    uint16_t se;
-    std::memcpy(&se, b + 8, 2);
-    int exp = se & 0x7FFF;
-    bool neg = (se & 0x8000) != 0;
-    if (exp == 0 && mant == 0) return neg ? -0.0 : 0.0;
-    if (exp == 0x7FFF) return std::nan("");
-    double v = std::ldexp(static_cast<double>(mant), exp - 16383 - 63);
-    return neg ? -v : v;
-}
-
-struct Descriptor {
-    int32_t size = 0;
-    TFieldType type = TFieldType::ftUnknown;
-    std::string name;  // program text
-    TField* field = nullptr;
-};
-
-// Ok: descriptors follow. Empty: a stream with no fields at all, read to its end. Damaged: the
-// header is cut or makes no sense, and the load ends with nothing loaded.
-enum class HeaderResult { Ok, Empty, Damaged };
-
-struct Header {
-    double version = 0;
-    std::vector<Descriptor> descriptors;
-};
-
-// Reads the version and the descriptors. A short read or an unknown kind gives Damaged; a name
-// longer than 255 bytes raises.
-HeaderResult ReadHeader(Reader& r, Header& h, const std::string& tableName) {
-    std::string magic;
-    if (r.AtEnd()) return HeaderResult::Empty;
-    if (!r.Bytes(3, magic)) return HeaderResult::Damaged;
-    if (magic == "Ver") {
-        if (!r.Get(h.version)) return HeaderResult::Damaged;
-        if (!(h.version >= 1.0)) h.version = 1.0;  // below 1.0, and no number at all, count as 1.0
-    } else {
-        r.Seek(0);
-        h.version = 0;
-    }
-    int32_t count;
-    if (!r.Get(count)) return HeaderResult::Damaged;
-    if (count == 0 && r.AtEnd()) return HeaderResult::Empty;
-    if (count <= 0) return HeaderResult::Damaged;
-    for (int32_t i = 0; i < count; ++i) {
-        Descriptor d;
-        int16_t code, nameLength;
-        if (!r.Get(d.size) || !r.Get(code) || !r.Get(nameLength)) return HeaderResult::Damaged;
-        if (nameLength > 255) throw EDatabaseError(tableName + ": Invalid field name length " + std::to_string(nameLength));
-        if (nameLength < 1) return HeaderResult::Damaged;
-        std::string raw;
-        if (!r.Bytes(static_cast<size_t>(nameLength), raw)) return HeaderResult::Damaged;
-        size_t zero = raw.find('\0');
-        if (zero != std::string::npos) raw.resize(zero);
-        if (code < 1 || code > 29) return HeaderResult::Damaged;
-        d.type = static_cast<TFieldType>(code);
-        if (d.size < 0 || (!IsStringKind(d.type) && !IsBlobKind(d.type) && d.size > 64))
-            return HeaderResult::Damaged;
-        d.name = platform::AnsiToUtf8(raw);
-        h.descriptors.push_back(std::move(d));
-    }
-    return HeaderResult::Ok;
-}
-
-// The declared size of a string field from its descriptor: older files count the terminator.
-int DeclaredSize(const Descriptor& d, double version) {
-    if (d.type == TFieldType::ftString || d.type == TFieldType::ftGuid) {
-        if (version < 1.905) return std::max(0, d.size - 1);
-    } else if (d.type == TFieldType::ftWideString) {
-        if (version < 1.85) return std::max(0, d.size - 1);
-    }
-    return IsStringKind(d.type) ? d.size : 0;
-}
-
-// Reads one value by its descriptor into a cell of the descriptor's own kind. False on a short
-// or impossible read.
-bool ReadValue(Reader& r, const Descriptor& d, double version, TCell& cell) {
-    cell = TCell{};
-    TFieldType t = d.type;
-    if (IsBlobKind(t)) {
-        int32_t len;
-        if (!r.Get(len) || len < 0) return false;
-        std::string bytes;
-        if (!r.Bytes(static_cast<size_t>(len), bytes)) return false;
-        if (len == 0) return true;
-        if (t == TFieldType::ftWideMemo) {
-            std::u16string w(bytes.size() / 2, u'\0');
-            std::memcpy(w.data(), bytes.data(), w.size() * 2);
-            cell = platform::Utf16ToUtf8(w);
-        } else {
-            cell = std::move(bytes);
-        }
-        return true;
-    }
-    if (IsStringKind(t)) {
-        bool wide = t == TFieldType::ftWideString;
-        std::string bytes;
-        if (version < 1.85) {
-            // No flag; the length counts a terminator, and below 2 there is no value.
-            int32_t len;
-            if (!r.Get(len) || len < 0) return false;
-            if (len < 2) {
-                return r.Skip(static_cast<size_t>(len) * (wide ? 2 : 1));
-            }
-            if (wide && !r.Skip(1)) return false;
-            if (!r.Bytes(static_cast<size_t>(len) * (wide ? 2 : 1), bytes)) return false;
-            bytes.resize(bytes.size() - (wide ? 2 : 1));
-        } else {
-            uint8_t flag;
-            if (!r.Get(flag)) return false;
-            if (flag == 0) return true;
-            int32_t len;
-            if (!r.Get(len) || len < 0) return false;
-            if (!r.Bytes(static_cast<size_t>(len) * (wide ? 2 : 1), bytes)) return false;
-        }
-        if (wide) {
-            std::u16string w(bytes.size() / 2, u'\0');
-            std::memcpy(w.data(), bytes.data(), w.size() * 2);
-            cell = platform::Utf16ToUtf8(w);
-        } else {
-            cell = std::move(bytes);
-        }
-        return true;
-    }
-    // Fixed width: a flag byte, then the value at the descriptor's width. Version 0 has no flag
-    // on ordinal values.
-    bool hasValue = true;
-    if (!(version == 0 && IsOrdinalKind(t))) {
-        uint8_t flag;
-        if (!r.Get(flag)) return false;
-        hasValue = flag != 0;
-    }
-    size_t width = d.size > 0 ? static_cast<size_t>(d.size) : static_cast<size_t>(FixedWidth(t));
-    std::string b;
-    if (!r.Bytes(width, b)) return false;
-    if (!hasValue) return true;
-    const auto* p = reinterpret_cast<const unsigned char*>(b.data());
-    auto signedInt = [&]() -> int64_t {
-        uint64_t u = 0;
-        size_t n = std::min<size_t>(width, 8);
-        for (size_t i = 0; i < n; ++i) u |= static_cast<uint64_t>(p[i]) << (8 * i);
-        if (n < 8 && (u >> (8 * n - 1)) & 1) u |= ~uint64_t{0} << (8 * n);
-        return static_cast<int64_t>(u);
-    };
-    auto unsignedInt = [&]() -> int64_t {
-        uint64_t u = 0;
-        size_t n = std::min<size_t>(width, 8);
-        for (size_t i = 0; i < n; ++i) u |= static_cast<uint64_t>(p[i]) << (8 * i);
-        return static_cast<int64_t>(u);
-    };
-    auto real = [&]() -> double {
-        if (width == 10) return Extended80ToDouble(p);
-        if (width == 4) {
-            float f;
-            std::memcpy(&f, p, 4);
-            return f;
-        }
-        double v = 0;
-        if (width >= 8) std::memcpy(&v, p, 8);
-        return v;
-    };
-    switch (t) {
-        case TFieldType::ftWord:
-        case TFieldType::ftLongWord:
-        case TFieldType::ftByte: cell = unsignedInt(); break;
-        case TFieldType::ftBoolean: cell = int64_t{unsignedInt() != 0 ? 1 : 0}; break;
-        case TFieldType::ftCurrency: {
-            double v = real();
-            if (!std::isfinite(v) || std::fabs(v) > 9.2e14) return true;  // no value we can hold
-            cell = Currency::FromDouble(v).value;
-            break;
-        }
-        case TFieldType::ftDate: {
-            int32_t days = static_cast<int32_t>(signedInt());
-            cell = TimeStampToDateTime({days, 0});
-            break;
-        }
-        case TFieldType::ftTime: {
-            int64_t ms = signedInt();
-            cell = static_cast<double>(ms) / MSecsPerDay;
-            break;
-        }
-        case TFieldType::ftDateTime:
-        case TFieldType::ftTimeStamp: {
-            // Taken as it stands, in doubles, however far beyond the calendar it lies: only its
-            // use (its split into a date) can fail.
-            double ms = real();
-            if (!std::isfinite(ms)) return true;
-            const double plain = ms / MSecsPerDay - DateDelta;
-            if (!SplittableDate(plain)) {
-                cell = plain;  // no calendar day: the writer turns it back the same way
-                break;
-            }
-            double day = std::floor(ms / MSecsPerDay);
-            double msOfDay = std::nearbyint(ms - day * MSecsPerDay);
-            if (msOfDay >= MSecsPerDay) {
-                msOfDay -= MSecsPerDay;
-                day += 1;
-            }
-            double days = day - DateDelta;
-            double frac = msOfDay / MSecsPerDay;
-            cell = days < 0 ? days - frac : days + frac;
-            break;
-        }
-        case TFieldType::ftFloat:
-        case TFieldType::ftBCD:
-        case TFieldType::ftFMTBcd:
-        case TFieldType::ftExtended: {
-            double v = real();
-            if (!std::isfinite(v)) return true;
-            cell = v;
-            break;
-        }
-        default: cell = signedInt(); break;
-    }
-    return true;
-}
-
-// A value read in the file's kind, put into the table field's kind.
-TCell Convert(const Descriptor& d, TCell cell, const TField& f) {
-    if (std::holds_alternative<std::monostate>(cell)) return cell;
-    if (f.DataType() == d.type) {
-        if (auto* i = std::get_if<int64_t>(&cell); i && IsOrdinalKind(f.DataType())) {
-            // Read at the descriptor's width, which may be wider than the kind: a number the
-            // field can't hold gives no value.
-            const auto [lo, hi] = OrdinalRange(f.DataType());
-            return *i < lo || *i > hi ? TCell{} : cell;
-        }
-        if (auto* s = std::get_if<std::string>(&cell)) {
-            // Text longer than the field keeps its first Size bytes (characters for wide text).
-            if (IsStringKind(f.DataType()) && f.DataType() != TFieldType::ftWideString &&
-                s->size() > static_cast<size_t>(f.Size()))
-                s->resize(static_cast<size_t>(f.Size()));
-            else if (f.DataType() == TFieldType::ftWideString)
-                return f.VariantToCell(Variant(*s));
-        }
-        return cell;
-    }
-    // Another kind under the same name: convert by value, or leave the field without one.
-    try {
-        Variant v;
-        if (auto* s = std::get_if<std::string>(&cell)) {
-            bool single = d.type == TFieldType::ftString || d.type == TFieldType::ftGuid ||
-                          d.type == TFieldType::ftMemo || d.type == TFieldType::ftFmtMemo;
-            v = Variant(single ? platform::AnsiToUtf8(*s) : *s);
-        } else if (auto* i = std::get_if<int64_t>(&cell)) {
-            if (d.type == TFieldType::ftCurrency) v = Variant(Currency::FromRaw(*i));
-            else if (d.type == TFieldType::ftBoolean) v = Variant(*i != 0);
-            else v = Variant(*i);
-        } else {
-            double x = std::get<double>(cell);
-            bool date = d.type == TFieldType::ftDate || d.type == TFieldType::ftTime ||
-                        d.type == TFieldType::ftDateTime || d.type == TFieldType::ftTimeStamp;
-            v = date ? Variant::FromDate(x) : Variant(x);
-        }
-        return f.VariantToCell(v);
-    } catch (const Exception&) {
-        return TCell{};
-    }
-}
-
-void WriteDescriptor(Writer& w, const TField& f) {
-    int32_t size = IsStringKind(f.DataType()) ? f.Size() : IsBlobKind(f.DataType()) ? 0 : FixedWidth(f.DataType());
-    std::string name = platform::Utf8ToAnsi(f.FieldName());
-    if (name.size() > 254) name.resize(254);
-    w.Put(size);
-    w.Put(static_cast<int16_t>(f.DataType()));
-    w.Put(static_cast<int16_t>(name.size() + 1));
-    w.Bytes(name.data(), name.size());
-    w.Zeros(1);
-}
-
-}  // namespace
 
 namespace {
 
@@ -476,7 +99,8 @@ public:
     }
 
     // The bytes after the flag of a fixed-width value.
-    static void WriteFixed(Writer& w, TFieldType t, const Slot& s) {
+    template <class W>
+    static void WriteFixed(W& w, TFieldType t, const Slot& s) {
         if (s.kind == SlotKind::None) {
             w.Zeros(static_cast<size_t>(FixedWidth(t)));
             return;
@@ -541,43 +165,31 @@ public:
             TMemDataWriter::Header(w, TMemDataWriter::Stored(t));
             canonical = expected.size() == r.Pos() && std::memcmp(expected.data(), data, r.Pos()) == 0;
         }
-        // Values of the field's own kind, in a version with flags, are read straight into slots.
-        std::vector<char> direct(h.descriptors.size(), 0);
-        for (size_t i = 0; i < h.descriptors.size(); ++i) {
-            const Descriptor& d = h.descriptors[i];
-            direct[i] = h.version >= 1.85 && d.field && d.field->DataType() == d.type &&
-                        d.type != TFieldType::ftWideString && d.type != TFieldType::ftWideMemo;
-        }
+        const std::vector<Step> plan = Plan(h);
         const size_t nFields = t.fields_.size();
-        while (!r.AtEnd()) {
-            TdxMemData::Row row;
-            row.cells.resize(nFields);
-            bool complete = true;
-            for (size_t i = 0; i < h.descriptors.size(); ++i) {
-                const Descriptor& d = h.descriptors[i];
-                if (direct[i]) {
-                    if (!ReadSlot(r, d, row.cells[static_cast<size_t>(d.field->Index())], canonical)) {
-                        complete = false;
-                        break;
-                    }
-                    continue;
-                }
-                TCell cell;
-                if (!ReadValue(r, d, h.version, cell)) {
-                    complete = false;
+        const size_t body = r.Pos();
+        // All the rows' slots in one array, in the table's field order, row after row.
+        std::vector<Slot> slots;
+        size_t rows = 0;
+        bool whole = true;
+        try {
+            while (!r.AtEnd()) {
+                if (rows == kRowsBeforeGuess) slots.reserve(GuessSlots(rows, r.Pos() - body, size - body, nFields));
+                slots.resize(slots.size() + nFields);
+                if (!ReadRow(r, t, h, plan, slots.data() + rows * nFields, canonical)) {
+                    whole = false;
                     break;
                 }
-                canonical = false;
-                if (d.field)
-                    row.cells[static_cast<size_t>(d.field->Index())] = t.CellToSlot(Convert(d, std::move(cell), *d.field));
+                ++rows;
             }
-            if (!complete) return false;  // the partly read record is dropped
-            row.cells[0].kind = SlotKind::Int;
-            row.cells[0].i = static_cast<int64_t>(t.rows_.size()) + 1;
-            t.AssignAutoInc(row);
-            t.rows_.push_back(std::move(row));
+        } catch (...) {
+            slots.resize(rows * nFields);  // the rows read before stay
+            t.AdoptLoadedRows(std::move(slots), rows);
+            throw;
         }
-        return true;
+        slots.resize(rows * nFields);  // a partly read record is dropped
+        t.AdoptLoadedRows(std::move(slots), rows);
+        return whole;
     }
 
     static void CreateFields(TdxMemData& t, const std::string& bytes) {
@@ -591,71 +203,242 @@ public:
     }
 
 private:
-    // One value of the field's own kind, in a version with flags. False on a short read.
-    static bool ReadSlot(Reader& r, const Descriptor& d, Slot& slot, bool& canonical) {
-        const TFieldType t = d.type;
-        if (IsBlobKind(t)) {
-            int32_t len;
-            if (!r.Get(len) || len < 0 || static_cast<size_t>(len) > r.Left()) return false;
-            if (len > 0) {
-                slot.kind = SlotKind::Text;
-                slot.p = r.Here();
-                slot.len = static_cast<uint32_t>(len);
+    // How each value of a row is read: straight into its slot, by kind, for the field's own kind
+    // at its own width in a version with flags; through the general reader and a conversion
+    // otherwise.
+    enum class Op : uint8_t { Blob, Text, Int32, Int16, Boolean, Date, Time, Currency, DateTime, Float, Direct, General };
+    struct Step {
+        Op op;
+        uint32_t slot;  // the field's index; unused when the file's field has none
+        size_t width;   // of a fixed-width value
+        uint32_t size;  // of a text field: the bytes it keeps
+    };
+    static constexpr size_t kRowsBeforeGuess = 256;
+
+    static std::vector<Step> Plan(const Header& h) {
+        std::vector<Step> plan;
+        plan.reserve(h.descriptors.size());
+        for (const Descriptor& d : h.descriptors) {
+            Step s{Op::General, 0, 0, 0};
+            const TFieldType t = d.type;
+            const bool direct = h.version >= 1.85 && d.field && d.field->DataType() == t &&
+                                t != TFieldType::ftWideString && t != TFieldType::ftWideMemo;
+            if (direct) {
+                s.slot = static_cast<uint32_t>(d.field->Index());
+                s.width = d.size > 0 ? static_cast<size_t>(d.size) : static_cast<size_t>(FixedWidth(t));
+                s.size = static_cast<uint32_t>(std::max(0, d.field->Size()));
+                const bool ownWidth = static_cast<int>(s.width) == FixedWidth(t);
+                if (IsBlobKind(t)) s.op = Op::Blob;
+                else if (IsStringKind(t)) s.op = Op::Text;
+                else if (!ownWidth) s.op = Op::Direct;
+                else if (t == TFieldType::ftInteger || t == TFieldType::ftAutoInc) s.op = Op::Int32;
+                else if (t == TFieldType::ftSmallint) s.op = Op::Int16;
+                else if (t == TFieldType::ftBoolean) s.op = Op::Boolean;
+                else if (t == TFieldType::ftDate) s.op = Op::Date;
+                else if (t == TFieldType::ftTime) s.op = Op::Time;
+                else if (t == TFieldType::ftCurrency) s.op = Op::Currency;
+                else if (t == TFieldType::ftDateTime) s.op = Op::DateTime;
+                else if (t == TFieldType::ftFloat) s.op = Op::Float;
+                else s.op = Op::Direct;
             }
-            r.Skip(static_cast<size_t>(len));
-            return true;
+            plan.push_back(s);
         }
-        const size_t start = r.Pos();
-        const char* const at = r.Here();
-        uint8_t flag;
-        if (!r.Get(flag)) return false;
-        if (flag > 1) canonical = false;  // any other flag reads as a value, and is written as 1
-        if (IsStringKind(t)) {
-            if (flag == 0) return true;
-            int32_t len;
-            if (!r.Get(len) || len < 0 || static_cast<size_t>(len) > r.Left()) return false;
-            const size_t keep = std::min(static_cast<size_t>(len), static_cast<size_t>(d.field->Size()));
-            if (keep < static_cast<size_t>(len)) canonical = false;
-            slot.kind = SlotKind::Text;
-            slot.p = r.Here();
-            slot.len = static_cast<uint32_t>(keep);
-            r.Skip(static_cast<size_t>(len));
-            return true;
+        return plan;
+    }
+
+    // Room for the rows still to come, guessed from the bytes the first ones took; never more
+    // than the rows the rest of the file could hold at that size, plus a little.
+    static size_t GuessSlots(size_t rows, size_t bytesRead, size_t bytesAll, size_t nFields) {
+        if (bytesRead == 0) return 0;
+        const double perRow = static_cast<double>(bytesRead) / static_cast<double>(rows);
+        const double guess = static_cast<double>(bytesAll) / perRow * 1.02 + 16;
+        return static_cast<size_t>(guess) * nFields;
+    }
+
+    // Reads one record into the row's slots (all holding nothing). False on a short read.
+    static bool ReadRow(Reader& r, TdxMemData& t, const Header& h, const std::vector<Step>& plan, Slot* row,
+                        bool& canonical) {
+        // The fixed-width values of the common kinds are decoded after a long value has been
+        // passed, or at the end of the row: the bytes after a mail's body are then on their way
+        // into the cache while the decoding runs, rather than waited for.
+        struct Pending {
+            const Step* step;
+            const char* at;
+        };
+        constexpr size_t kPendingMax = 32;
+        Pending pending[kPendingMax];
+        size_t npending = 0;
+        auto decode = [&] {
+            for (size_t k = 0; k < npending; ++k)
+                DecodeFixed(*pending[k].step, pending[k].at, row[pending[k].step->slot], canonical);
+            npending = 0;
+        };
+        for (size_t i = 0; i < plan.size(); ++i) {
+            const Step& s = plan[i];
+            switch (s.op) {
+                case Op::Blob: {
+                    int32_t len;
+                    if (!r.Get(len) || len < 0 || static_cast<size_t>(len) > r.Left()) return false;
+                    if (len > 0) {
+                        Slot& slot = row[s.slot];
+                        slot.kind = SlotKind::Text;
+                        slot.p = r.Here();
+                        slot.len = static_cast<uint32_t>(len);
+                        r.Skip(static_cast<size_t>(len));
+                        if (npending > 0) {
+                            __builtin_prefetch(r.Here());
+                            decode();
+                        }
+                    }
+                    continue;
+                }
+                case Op::Text: {
+                    uint8_t flag;
+                    if (!r.Get(flag)) return false;
+                    if (flag == 0) continue;
+                    if (flag > 1) canonical = false;  // any other flag reads as a value, and is written as 1
+                    int32_t len;
+                    if (!r.Get(len) || len < 0 || static_cast<size_t>(len) > r.Left()) return false;
+                    const size_t keep = std::min(static_cast<size_t>(len), static_cast<size_t>(s.size));
+                    if (keep < static_cast<size_t>(len)) canonical = false;
+                    Slot& slot = row[s.slot];
+                    slot.kind = SlotKind::Text;
+                    slot.p = r.Here();
+                    slot.len = static_cast<uint32_t>(keep);
+                    r.Skip(static_cast<size_t>(len));
+                    continue;
+                }
+                case Op::General: {
+                    TCell cell;
+                    if (!ReadValue(r, h.descriptors[i], h.version, cell)) return false;
+                    canonical = false;
+                    const Descriptor& d = h.descriptors[i];
+                    if (d.field)
+                        row[d.field->Index()] = t.CellToSlot(Convert(d, std::move(cell), *d.field));
+                    continue;
+                }
+                case Op::Direct:
+                    if (!ReadOtherFixed(r, h.descriptors[i], row[s.slot], canonical)) return false;
+                    continue;
+                default:
+                    if (1 + s.width > r.Left()) return false;
+                    if (npending == kPendingMax) decode();
+                    pending[npending++] = {&s, r.Here()};
+                    r.Skip(1 + s.width);
+                    continue;
+            }
         }
-        const size_t width = d.size > 0 ? static_cast<size_t>(d.size) : static_cast<size_t>(FixedWidth(t));
-        if (width > r.Left()) return false;
-        const auto* p = reinterpret_cast<const unsigned char*>(r.Here());
-        // The common kinds at their own width, read here; the rest as the general reader does.
-        if (flag != 0 && static_cast<int>(width) == FixedWidth(t)) {
-            if (t == TFieldType::ftInteger || t == TFieldType::ftAutoInc) {
+        decode();
+        return true;
+    }
+
+    // A fixed-width value of one of the common kinds, at its own width, flag first at `at`, into
+    // its slot as the general reader would read it; the file is canonical only while the value,
+    // written back, gives the bytes read.
+    static void DecodeFixed(const Step& s, const char* at, Slot& slot, bool& canonical) {
+        const auto flag = static_cast<uint8_t>(at[0]);
+        const char* p = at + 1;
+        if (flag > 1) canonical = false;
+        if (flag == 0) {
+            // No value; the writer puts zeros after the flag.
+            if (canonical)
+                for (size_t k = 0; k < s.width; ++k) canonical = canonical && p[k] == 0;
+            return;
+        }
+        TFieldType kind = TFieldType::ftInteger;
+        switch (s.op) {
+            case Op::Int32: {
                 int32_t v;
                 std::memcpy(&v, p, 4);
                 slot.kind = SlotKind::Int;
                 slot.i = v;
-                r.Skip(width);
-                return true;
+                return;
             }
-            if (t == TFieldType::ftSmallint || t == TFieldType::ftBoolean) {
+            case Op::Int16: {
                 int16_t v;
                 std::memcpy(&v, p, 2);
                 slot.kind = SlotKind::Int;
-                slot.i = t == TFieldType::ftBoolean ? (v != 0 ? 1 : 0) : v;
-                if (t == TFieldType::ftBoolean && v != 0 && v != 1) canonical = false;
-                r.Skip(width);
-                return true;
+                slot.i = v;
+                return;
+            }
+            case Op::Boolean: {
+                int16_t v;
+                std::memcpy(&v, p, 2);
+                slot.kind = SlotKind::Int;
+                slot.i = v != 0 ? 1 : 0;
+                if (v != 0 && v != 1) canonical = false;
+                return;
+            }
+            case Op::Date: {
+                int32_t days;
+                std::memcpy(&days, p, 4);
+                slot.kind = SlotKind::Real;
+                slot.d = TimeStampToDateTime({days, 0});
+                kind = TFieldType::ftDate;
+                break;
+            }
+            case Op::Time: {
+                int32_t ms;
+                std::memcpy(&ms, p, 4);
+                slot.kind = SlotKind::Real;
+                slot.d = static_cast<double>(ms) / MSecsPerDay;
+                kind = TFieldType::ftTime;
+                break;
+            }
+            case Op::Currency: {
+                double v;
+                std::memcpy(&v, p, 8);
+                if (const std::optional<int64_t> c = CurrencyOfStored(v)) {
+                    slot.kind = SlotKind::Int;
+                    slot.i = *c;
+                }
+                kind = TFieldType::ftCurrency;
+                break;
+            }
+            case Op::DateTime: {
+                double ms;
+                std::memcpy(&ms, p, 8);
+                if (const std::optional<double> d = DateTimeOfStored(ms)) {
+                    slot.kind = SlotKind::Real;
+                    slot.d = *d;
+                }
+                kind = TFieldType::ftDateTime;
+                break;
+            }
+            default: {  // Float
+                double v;
+                std::memcpy(&v, p, 8);
+                if (std::isfinite(v)) {
+                    slot.kind = SlotKind::Real;
+                    slot.d = v;
+                }
+                kind = TFieldType::ftFloat;
+                break;
             }
         }
-        r.Seek(start);
+        if (canonical) {
+            ValueBytes again;
+            again.Put(static_cast<uint8_t>(slot.kind == SlotKind::None ? 0 : 1));
+            TMemDataWriter::WriteFixed(again, kind, slot);
+            canonical = again.Equals(at, 1 + s.width);
+        }
+    }
+
+    // A fixed-width value of the field's own kind, of a kind or width the common ones leave
+    // out, by the general reader. False on a short read.
+    static bool ReadOtherFixed(Reader& r, const Descriptor& d, Slot& slot, bool& canonical) {
+        const size_t start = r.Pos();
+        const char* const at = r.Here();
         TCell cell;
         if (!ReadValue(r, d, kWriterVersion, cell)) return false;
+        if (static_cast<uint8_t>(at[0]) > 1) canonical = false;  // any other flag reads as a value
         slot = TdxMemData::ViewOf(Convert(d, std::move(cell), *d.field));
         if (canonical) {
             // Written back, the value must give the same bytes.
-            std::string again;
-            Writer w(again);
-            w.Put(static_cast<uint8_t>(slot.kind == SlotKind::None ? 0 : 1));
-            TMemDataWriter::WriteFixed(w, t, slot);
-            canonical = again.size() == r.Pos() - start && std::memcmp(again.data(), at, again.size()) == 0;
+            ValueBytes again;
+            again.Put(static_cast<uint8_t>(slot.kind == SlotKind::None ? 0 : 1));
+            TMemDataWriter::WriteFixed(again, d.type, slot);
+            canonical = again.Equals(at, r.Pos() - start);
         }
         return true;
     }

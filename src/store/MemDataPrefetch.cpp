@@ -39,6 +39,7 @@ bool TdxMemData::TakeLoad(TdxMemData& from, bool raised) {
         Open();
         // The rows' text lies in the store's blocks and images, which move with it unchanged.
         rows_ = std::move(from.rows_);
+        rowBlock_ = std::move(from.rowBlock_);
         text_ = std::move(from.text_);
         highest_ = from.highest_;
         loadedWhole_ = from.loadedWhole_;
