@@ -145,7 +145,10 @@ TAddInModule::~TAddInModule() {
 }
 
 void TAddInModule::JoinDetacher() {
-    if (detacher_.joinable()) detacher_.join();
+    if (!detacher_.joinable()) return;
+    stopDetaching_ = true;
+    detacher_.join();
+    stopDetaching_ = false;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -242,7 +245,7 @@ void TAddInModule::AddInStartupComplete() {
         // The files were mapped rather than copied, which start-up need not wait for; their
         // bytes become the process's own on a second thread from here.
         JoinDetacher();
-        detacher_ = std::thread([] { DetachTableFileImages(); });
+        detacher_ = std::thread([this] { DetachTableFileImages(&stopDetaching_); });
 
         // 14. The item watcher, connected only when an item is awaited.
         mailItems_ = std::make_unique<TItems>();

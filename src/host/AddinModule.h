@@ -3,6 +3,7 @@
 // forms manager, the ribbon tab, the application events, the item watcher and the module-wide
 // variables (Globals()), fills those variables at start-up in one fixed order, loads the tables
 // from their files, and saves a table when its pane closes.
+#include <atomic>
 #include <initializer_list>
 #include <memory>
 #include <set>
@@ -123,7 +124,10 @@ private:
     // Table files that failed to load or loaded short, kept aside at the first save over them.
     std::set<std::string> damagedFiles_;
     // Makes the tables' mapped files the process's own memory after start-up (see LoadTable).
+    // Joining it stops it at its next step: a shutdown soon after start-up need not wait for it,
+    // and what it left mapped is taken on by any save that writes a file in place.
     std::thread detacher_;
+    std::atomic<bool> stopDetaching_{false};
     void JoinDetacher();
     // Last, so that the forms go before the tables they show.
     TModuleGlobals vars_;

@@ -158,7 +158,7 @@ TableFileImage ReadTableFileImage(const std::string& path, TableFileStamp& stamp
     return image;
 }
 
-void DetachTableFileImages() {}
+void DetachTableFileImages(const std::atomic<bool>*) {}
 
 TableFileStamp StampOfTableFile(const std::string&) { return TableFileStamp{}; }
 
@@ -386,6 +386,7 @@ namespace {
 struct MappedFile {
     char* address = nullptr;
     size_t length = 0;  // whole pages
+    size_t done = 0;    // the bytes at the start already the process's own
     bool detached = false;
     ~MappedFile() {
         if (address) ::munmap(address, length);
@@ -419,9 +420,11 @@ TableFileImage MapFile(int fd, const struct stat& st) {
 // Moves the mapping's pages, a few megabytes at a time, to fresh memory of the process's own
 // at the same addresses: each step makes the copy elsewhere and then moves it over the original
 // in one call, so that a reader on another thread sees the same bytes throughout.
-bool Detach(MappedFile& file) {
+bool Detach(MappedFile& file, const std::atomic<bool>* stop) {
     constexpr size_t kStep = size_t{4} << 20;
-    for (size_t done = 0; done < file.length;) {
+    while (file.done < file.length) {
+        if (stop && stop->load(std::memory_order_relaxed)) return false;
+        const size_t done = file.done;
         const size_t n = std::min(kStep, file.length - done);
         void* fresh = ::mmap(nullptr, n, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         if (fresh == MAP_FAILED) return false;
@@ -431,7 +434,7 @@ bool Detach(MappedFile& file) {
             ::munmap(fresh, n);
             return false;
         }
-        done += n;
+        file.done = done + n;
     }
     file.detached = true;
     return true;
@@ -439,7 +442,7 @@ bool Detach(MappedFile& file) {
 
 }  // namespace
 
-void DetachTableFileImages() {
+void DetachTableFileImages(const std::atomic<bool>* stop) {
     std::lock_guard<std::mutex> one(detaching);
     std::vector<std::shared_ptr<MappedFile>> live;
     {
@@ -449,8 +452,8 @@ void DetachTableFileImages() {
         mapped.clear();
     }
     for (const auto& file : live)
-        if (!Detach(*file)) {
-            // Out of memory for the copy: tried again at the next call.
+        if (!Detach(*file, stop)) {
+            // Stopped, or out of memory for the copy: taken on again at the next call.
             std::lock_guard<std::mutex> hold(mappedLock);
             mapped.push_back(file);
         }

@@ -3,6 +3,7 @@
 // one is followed); it is replaced whole, so that at every instant the file on disk is the old one
 // or the new one; and a damaged file can be kept aside under a dated name. Every failure raises
 // EFOpenError (reading), EFCreateError or EInOutError (writing), naming the path the caller gave.
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -45,8 +46,9 @@ TableFileImage ReadTableFileImage(const std::string& path, TableFileStamp& stamp
 // Makes every image still mapped from its file the process's own memory: the same bytes at the
 // same addresses, which no later change to the file can reach. May run on any thread while others
 // read the images; a second caller waits for the first. A save that must write a file in place
-// calls it first.
-void DetachTableFileImages();
+// calls it first. Once `stop` is set, the call ends at its next step of 4 MB: what it had not
+// reached stays mapped, and the next call goes on from there.
+void DetachTableFileImages(const std::atomic<bool>* stop = nullptr);
 
 // The stamp of the file the path names now, following links; invalid when there is none (and
 // always on Windows, where nothing is compared).

@@ -325,6 +325,28 @@ TEST_F(TableFileTest, AMappedFileReadsAsACopyAndOnceDetachedNoRewriteOfTheFileRe
     EXPECT_EQ(Read(path), before);
 }
 
+TEST_F(TableFileTest, ADetachStoppedAtOnceLeavesTheFileMappedAndTheNextCallDetachesIt) {
+    const std::string path = Path("Emails.bin");
+    Emails(300, 'm')->SaveToBinaryFile(path);
+    auto t = MakeTable("Emails");
+    t->LoadFromBinaryFile(path, TableFileRead::Map);
+
+    // Stopped before its first step: the table still reads through to the file, so another
+    // program's rewrite in place (same length) shows.
+    std::atomic<bool> stop{true};
+    DetachTableFileImages(&stop);
+    std::string bytes = Read(path);
+    std::replace(bytes.begin(), bytes.end(), 'm', 'n');
+    std::fstream(path, std::ios::binary | std::ios::in | std::ios::out) << bytes;
+    const std::string rewritten = Bytes(*t);
+    EXPECT_NE(rewritten.find(std::string(1000, 'n')), std::string::npos);
+
+    // The next call takes it on: cut short afterwards, the file no longer reaches the table.
+    DetachTableFileImages();
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << "short";
+    EXPECT_EQ(Bytes(*t), rewritten);
+}
+
 TEST_F(TableFileTest, AMappedTableWrittenInPlaceKeepsItsText) {
     fs::create_directory(dir_ / "locked");
     const std::string path = Path("locked/Emails.bin");
