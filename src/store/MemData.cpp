@@ -72,23 +72,6 @@ bool IsSingleByteText(TFieldType t) {
            t == TFieldType::ftFmtMemo;
 }
 
-void IntegerRange(TFieldType t, int64_t& lo, int64_t& hi) {
-    switch (t) {
-        case TFieldType::ftSmallint: lo = -32768; hi = 32767; break;
-        case TFieldType::ftWord: lo = 0; hi = 65535; break;
-        case TFieldType::ftShortint: lo = -128; hi = 127; break;
-        case TFieldType::ftByte: lo = 0; hi = 255; break;
-        case TFieldType::ftLongWord: lo = 0; hi = 4294967295LL; break;
-        case TFieldType::ftLargeint:
-            lo = std::numeric_limits<int64_t>::min();
-            hi = std::numeric_limits<int64_t>::max();
-            break;
-        default:
-            lo = std::numeric_limits<int32_t>::min();
-            hi = std::numeric_limits<int32_t>::max();
-    }
-}
-
 // Keeps at most n UTF-16 code units of UTF-8 text, never splitting a character.
 std::string CutWide(const std::string& utf8, int n) {
     std::u16string w = platform::Utf8ToUtf16(utf8);
@@ -111,6 +94,18 @@ std::string FormatFixed(double v, const std::string& format) {
 }
 
 }  // namespace
+
+std::pair<int64_t, int64_t> IntegerRange(TFieldType t) {
+    switch (t) {
+        case TFieldType::ftSmallint: return {INT16_MIN, INT16_MAX};
+        case TFieldType::ftWord: return {0, UINT16_MAX};
+        case TFieldType::ftShortint: return {INT8_MIN, INT8_MAX};
+        case TFieldType::ftByte: return {0, UINT8_MAX};
+        case TFieldType::ftLongWord: return {0, UINT32_MAX};
+        case TFieldType::ftLargeint: return {INT64_MIN, INT64_MAX};
+        default: return {INT32_MIN, INT32_MAX};  // Integer, AutoInc
+    }
+}
 
 const char* FieldTypeName(TFieldType t) {
     static const char* names[] = {"Unknown", "String", "Smallint", "Integer", "Word", "Boolean",
@@ -192,8 +187,7 @@ TCell TField::VariantToCell(const Variant& v) const {
             throw EConvertError("'" + v.AsString() + "' is not a valid integer value for field '" +
                                 name_ + "'");
         }
-        int64_t lo, hi;
-        IntegerRange(type_, lo, hi);
+        const auto [lo, hi] = IntegerRange(type_);
         if (x < lo || x > hi)
             throw EDatabaseError(std::to_string(x) + " is not a valid value for field '" + name_ +
                                  "'. The allowed range is " + std::to_string(lo) + " to " +
@@ -768,8 +762,7 @@ void TdxMemData::AssignAutoInc(Row& row) {
             } else if (v && keepAsGiven) {
                 // kept as it stands
             } else {
-                int64_t lo, hi;
-                IntegerRange(f.DataType(), lo, hi);
+                const int64_t hi = IntegerRange(f.DataType()).second;
                 if (highest_[i] < hi) {
                     if (pass == 1) {
                         c.kind = SlotKind::Int;
@@ -799,9 +792,7 @@ void TdxMemData::AdoptLoadedRows(std::vector<Slot> slots, size_t rows) {
     std::vector<Counter> counters;
     for (size_t i = 1; i < n; ++i) {
         if (!fields_[i]->IsAutoInc()) continue;
-        int64_t lo, hi;
-        IntegerRange(fields_[i]->DataType(), lo, hi);
-        counters.push_back({i, hi});
+        counters.push_back({i, IntegerRange(fields_[i]->DataType()).second});
     }
     for (size_t r = 0; r < rows; ++r) {
         Slot* row = slots.data() + r * n;

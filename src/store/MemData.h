@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -67,6 +68,10 @@ constexpr TSortOptions soDesc = 1;
 constexpr TSortOptions soCaseInsensitive = 2;
 
 using TBookmark = int;
+
+// The whole numbers a field of an integer kind holds (Integer, AutoInc and any other kind: 32
+// bits).
+std::pair<int64_t, int64_t> IntegerRange(TFieldType t);
 
 class TdxMemData;
 

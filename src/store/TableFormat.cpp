@@ -53,16 +53,14 @@ namespace {
 
 // The numbers a field of an ordinal kind holds.
 std::pair<int64_t, int64_t> OrdinalRange(TFieldType t) {
-    switch (t) {
-        case TFieldType::ftBoolean: return {0, 1};
-        case TFieldType::ftSmallint: return {INT16_MIN, INT16_MAX};
-        case TFieldType::ftWord: return {0, UINT16_MAX};
-        case TFieldType::ftShortint: return {INT8_MIN, INT8_MAX};
-        case TFieldType::ftByte: return {0, UINT8_MAX};
-        case TFieldType::ftLongWord: return {0, UINT32_MAX};
-        case TFieldType::ftLargeint: return {INT64_MIN, INT64_MAX};
-        default: return {INT32_MIN, INT32_MAX};  // Integer, AutoInc
-    }
+    return t == TFieldType::ftBoolean ? std::pair<int64_t, int64_t>{0, 1} : IntegerRange(t);
+}
+
+// UTF-16 text as the file holds it, as UTF-8.
+std::string WideBytesToUtf8(const std::string& bytes) {
+    std::u16string w(bytes.size() / 2, u'\0');
+    std::memcpy(w.data(), bytes.data(), w.size() * 2);
+    return platform::Utf16ToUtf8(w);
 }
 
 }  // namespace
@@ -173,13 +171,8 @@ bool ReadValue(Reader& r, const Descriptor& d, double version, TCell& cell) {
         std::string bytes;
         if (!r.Bytes(static_cast<size_t>(len), bytes)) return false;
         if (len == 0) return true;
-        if (t == TFieldType::ftWideMemo) {
-            std::u16string w(bytes.size() / 2, u'\0');
-            std::memcpy(w.data(), bytes.data(), w.size() * 2);
-            cell = platform::Utf16ToUtf8(w);
-        } else {
-            cell = std::move(bytes);
-        }
+        if (t == TFieldType::ftWideMemo) cell = WideBytesToUtf8(bytes);
+        else cell = std::move(bytes);
         return true;
     }
     if (IsStringKind(t)) {
@@ -203,13 +196,8 @@ bool ReadValue(Reader& r, const Descriptor& d, double version, TCell& cell) {
             if (!r.Get(len) || len < 0) return false;
             if (!r.Bytes(static_cast<size_t>(len) * (wide ? 2 : 1), bytes)) return false;
         }
-        if (wide) {
-            std::u16string w(bytes.size() / 2, u'\0');
-            std::memcpy(w.data(), bytes.data(), w.size() * 2);
-            cell = platform::Utf16ToUtf8(w);
-        } else {
-            cell = std::move(bytes);
-        }
+        if (wide) cell = WideBytesToUtf8(bytes);
+        else cell = std::move(bytes);
         return true;
     }
     // Fixed width: a flag byte, then the value at the descriptor's width. Version 0 has no flag

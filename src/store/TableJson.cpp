@@ -65,19 +65,6 @@ JsonForm FormOf(TFieldType t) {
     }
 }
 
-// The range of whole numbers a field of an integer kind holds.
-std::pair<int64_t, int64_t> IntegerRange(TFieldType t) {
-    switch (t) {
-        case TFieldType::ftSmallint: return {INT16_MIN, INT16_MAX};
-        case TFieldType::ftWord: return {0, UINT16_MAX};
-        case TFieldType::ftShortint: return {INT8_MIN, INT8_MAX};
-        case TFieldType::ftByte: return {0, UINT8_MAX};
-        case TFieldType::ftLongWord: return {0, UINT32_MAX};
-        case TFieldType::ftLargeint: return {INT64_MIN, INT64_MAX};
-        default: return {INT32_MIN, INT32_MAX};
-    }
-}
-
 // Dates that the ISO forms can show: the years 1 to 9999.
 bool ShowableDate(TDateTime d) {
     static const TDateTime lo = EncodeDate(1, 1, 1);
